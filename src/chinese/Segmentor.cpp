@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "chinese/Segmentor.h"
+
+#include <algorithm>
+#include <fstream>
+#include <initializer_list>
+#include <iostream>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+
+#include "common/Globals.h"
+#include "common/LineLoop.h"
+
+namespace Tolvek {
+
+namespace {
+
+constexpr std::size_t kBeamWidth = 20;
+
+/// The full-width space of GBK: a word boundary in the output.
+constexpr std::string_view kFullWidthSpace = "\xA1\xA1";
+
+constexpr std::string_view kTagLetters = "BMES";
+
+/// Character classes as `CharType` numbers them.
+enum CharacterClass { kArabicNumeral = 0, kChineseNumeral = 1, kLatinLetter = 3 };
+
+bool IsBracket(std::string_view character) {
+  return character == "(" || character == ")";
+}
+
+/// Marks that belong to the word when they stand between two Latin letters.
+bool JoinsLatinLetters(std::string_view character) {
+  return character == "'" || character == "." || character == " " || character == "-";
+}
+
+/// What stands for a character in the language model: all characters of three classes share the
+/// class number as their key.
+std::string LexicalKey(const std::string& character, int characterClass) {
+  const bool isShared = characterClass == kArabicNumeral || characterClass == kChineseNumeral ||
+                        characterClass == kLatinLetter;
+  return isShared ? toString(characterClass) : character;
+}
+
+}  // namespace
+
+void SplitCharacters(const std::string& text, std::vector<std::string>& characters) {
+  characters.clear();
+  for (std::size_t i = 0; i < text.size(); i += characters.back().size()) {
+    const bool isLead = static_cast<unsigned char>(text[i]) >= 0x80;
+    characters.push_back(text.substr(i, isLead ? 2 : 1));
+  }
+}
+
+class Segmentor::Lattice {
+ public:
+  explicit Lattice(const Segmentor& segmentor) : _segmentor(segmentor) {}
+
+  std::size_t Length() const { return _segmentor._starts.size() - 1; }
+
+  std::span<const SegAlt> Alternatives(std::size_t position) const {
+    const std::size_t start = _segmentor._starts[position];
+    return std::span(_segmentor._alternatives)
+        .subspan(start, _segmentor._starts[position + 1] - start);
+  }
+
+  /// Inside a word (after B or M) the word goes on; after its end (E or S) a word begins.
+  bool Allows(const SegAlt& previous, const SegAlt& next) const {
+    return MayEnd(previous) == (Is(next, kB) || Is(next, kS));
+  }
+  bool MayEnd(const SegAlt& last) const { return Is(last, kE) || Is(last, kS); }
+
+  double Extend(double score, std::size_t /*position*/,
+                std::span<const SegAlt* const> recent) const {
+    score += (1 - _segmentor._alpha) * recent.back()->score;
+    return score + _segmentor._alpha * TokenScore(recent, recent.back()->word);
+  }
+
+  /// The sentence-end token has a language-model score only.
+  double Finish(double score, std::span<const SegAlt* const> recent) const {
+    return score + _segmentor._alpha * TokenScore(recent, _segmentor._segScore->GetSenEIndex());
+  }
+
+ private:
+  bool Is(const SegAlt& alternative, Tag tag) const {
+    return alternative.tag == _segmentor._tag[tag];
+  }
+
+  /// log10 P(token | the tokens before the newest one).
+  double TokenScore(std::span<const SegAlt* const> recent, int token) const {
+    _tokens.clear();
+    for (const SegAlt* alternative : recent.first(recent.size() - 1)) {
+      _tokens.push_back(alternative == nullptr ? _segmentor._segScore->GetSenBIndex()
+                                               : alternative->word);
+    }
+    _tokens.push_back(token);
+    return _segmentor._segScore->GetScore(_tokens);
+  }
+
+  const Segmentor& _segmentor;
+  mutable std::vector<int> _tokens;  // reused
+};
+
+Segmentor::Segmentor(const SegScore* scorer, const CharType* types, double alpha, int order)
+    : _order(order), _alpha(alpha), _starts(1, 0), _charType(types), _segScore(scorer) {}
+
+int Segmentor::Initialize() {
+  GetTagIndex();
+  return 1;
+}
+
+void Segmentor::GetTagIndex() {
+  for (const Tag tag : {kB, kE, kM, kS}) {
+    _tag[tag] = _segScore->GetTagIndex(std::string(1, kTagLetters[tag]));
+  }
+}
+
+void Segmentor::RenewLattice(const std::vector<std::string>& chars) {
+  _alternatives.clear();
+  _starts.assign(1, 0);
+  if (chars.empty()) throw std::out_of_range("Segmentor: an empty sentence");
+  for (std::size_t position = 0; position < chars.size(); ++position) {
+    AddAlternatives(chars, position);
+    _starts.push_back(_alternatives.size());
+  }
+}
+
+void Segmentor::AddAlternatives(const std::vector<std::string>& chars, std::size_t position) {
+  const std::string& character = chars[position];
+  const bool isFirst = position == 0;
+  const bool isLast = position + 1 == chars.size();
+  _segScore->GetMeScore(isFirst ? "B_0" : std::string_view(chars[position - 1]), character,
+                        isLast ? "E_0" : std::string_view(chars[position + 1]), _meScores);
+
+  const auto add = [&](const std::string& key, Tag tag, Tag scoredAs) {
+    _alternatives.push_back({_segScore->GetWordIndex(key + '/' + kTagLetters[tag]), _tag[tag],
+                             _meScores.at(static_cast<std::size_t>(_tag[scoredAs]))});
+  };
+  if (IsBracket(character)) {
+    add(character, kS, kE);  // a word by itself, with the score of an end: kept so
+    return;
+  }
+
+  const auto classAt = [&](std::size_t i) { return _charType->GetCharType(chars[i]); };
+  const int current = classAt(position);
+  const std::string key = LexicalKey(character, current);
+  const auto addAll = [&](std::initializer_list<Tag> tags) {
+    for (const Tag tag : tags) add(key, tag, tag);
+  };
+  if (isFirst) {
+    addAll({kB, kS});
+    return;
+  }
+  if (isLast) {
+    addAll({kE, kS});
+    return;
+  }
+  const int previous = classAt(position - 1);
+  const int next = classAt(position + 1);
+  if (previous == kLatinLetter && next == kLatinLetter &&
+      (current == kLatinLetter || JoinsLatinLetters(character))) {
+    addAll({kM});  // a run of Latin letters is never split inside
+  } else if (previous == kArabicNumeral && current == kArabicNumeral) {
+    if (next == kArabicNumeral) {
+      addAll({kM});
+    } else {
+      addAll({kE, kM});
+    }
+  } else {
+    addAll({kB, kE, kM, kS});
+  }
+}
+
+void Segmentor::Viterbi(const std::vector<std::string>& chars, std::string& out) {
+  const bool found = _search.Search(Lattice(*this), _order, kBeamWidth, _path);
+  if (!found) {
+    std::cerr << "No path through the lattice is allowed: the line is not segmented." << std::endl;
+  }
+  std::string words;
+  for (std::size_t i = 0; i < chars.size(); ++i) {
+    const bool begins = found && (_path.at(i)->tag == _tag[kB] || _path[i]->tag == _tag[kS]);
+    if (begins) words += ' ';
+    words += chars[i] == kFullWidthSpace ? " " : std::string_view(chars[i]);
+  }
+  // Words are split again at white space: blanks inside and between them fall together here.
+  static constexpr const char* kWhiteSpace = " \t\n\v\f\r";
+  out.clear();
+  std::size_t end = 0;
+  for (std::size_t begin = 0; (begin = words.find_first_not_of(kWhiteSpace, end)) != words.npos;) {
+    end = std::min(words.find_first_of(kWhiteSpace, begin), words.size());
+    out.append(words, begin, end - begin).append(" ");
+  }
+}
+
+bool Segmentor::CheckEqual(const std::deque<int>& a, const std::deque<int>& b) {
+  return SameHistory(a, b, 0);
+}
+
+bool Segmentor::CheckMerge(const std::deque<int>& a, const std::deque<int>& b) {
+  return SameHistory(a, b, 1);
+}
+
+void Segmentor::SegSentence(std::string& line, std::string& out) {
+  TrimLine(line);
+  SplitCharacters(line, _chars);
+  RenewLattice(_chars);
+  Viterbi(_chars, out);
+}
+
+void Segmentor::SegFile(std::string inPath, std::string outPath) {
+  std::ifstream in(inPath);
+  if (!in.is_open()) {
+    std::cerr << "*****\nCannot open " << inPath << "\n*****" << std::endl;
+    return;
+  }
+  ProcessLines(in, outPath, {std::cout},
+               [this](std::string& line, std::string& result) { SegSentence(line, result); });
+}
+
+}  // namespace Tolvek
