@@ -58,7 +58,7 @@ class FlatMap {
     const bool inserted = position == size();
     if (inserted) {
       _entries.push_back(std::move(entry));
-      if (size() > kSearchedInOrder) {
+      if (size() > kSearchedInOrder || !_slots.empty()) {
         if (2 * size() > _slots.size()) {
           Rehash(2 * size());
         } else {

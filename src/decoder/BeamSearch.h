@@ -55,14 +55,13 @@ inline bool SameHistory(const std::deque<int>& a, const std::deque<int>& b, std:
   return true;
 }
 
-/// Beam search with recombination (Ney and others, 1992, "word graph" decoding simplified to one
-/// alternative a position).
+/// Dynamic programming over tag histories (Viterbi, 1967) with a beam (Lowerre, 1976).
 ///
 /// A state is its last alternative, its predecessor and its score: its history is read off the
 /// chain of predecessors, nothing is copied. With N the order, states whose last N - 1 tags agree
-/// score alike from here on, so only the best of them stays; on an exact tie the later one goes
-/// only if all N tags agree. The survivors are sorted by score, best first (ties stay in the order
-/// they were made in), and cut to the beam width.
+/// score alike from here on, so after the first position only the best of them stays; on an exact
+/// tie the later one goes only if all N tags agree. The survivors are sorted by score, best first
+/// (ties stay in the order they were made in), and cut to the beam width.
 ///
 /// The object keeps its memory from one search to the next; it is not re-entrant.
 template <class Alternative>
@@ -81,11 +80,18 @@ class BeamSearch {
     const std::size_t length = lattice.Length();
     for (std::size_t position = 0; position < length; ++position) {
       _candidates.clear();
-      Expand(lattice, position);
-      std::stable_sort(_candidates.begin(), _candidates.end(), [](const State& a, const State& b) {
-        return BetterScore(a.score, b.score);
-      });
-      _candidates.resize(std::min(_candidates.size(), beamWidth));
+      if (position == 0) {
+        AddFirst(lattice);
+      } else {
+        Expand(lattice, position);
+      }
+      // The states of the first position keep the lattice's order unless the beam cuts them.
+      if (position > 0 || _candidates.size() > beamWidth) {
+        std::stable_sort(
+            _candidates.begin(), _candidates.end(),
+            [](const State& a, const State& b) { return BetterScore(a.score, b.score); });
+        _candidates.resize(std::min(_candidates.size(), beamWidth));
+      }
       _states.insert(_states.end(), _candidates.begin(), _candidates.end());
       _stages.push_back(_states.size());
     }
@@ -102,14 +108,15 @@ class BeamSearch {
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   template <class Lattice>
-  void Expand(const Lattice& lattice, std::size_t position) {
-    if (position == 0) {
-      for (const Alternative& alternative : lattice.Alternatives(0)) {
-        FillRecent(kNone, &alternative);
-        AddCandidate({&alternative, kNone, lattice.Extend(0.0, 0, _recent)});
-      }
-      return;
+  void AddFirst(const Lattice& lattice) {
+    for (const Alternative& alternative : lattice.Alternatives(0)) {
+      FillRecent(kNone, &alternative);
+      _candidates.push_back({&alternative, kNone, lattice.Extend(0.0, 0, _recent)});
     }
+  }
+
+  template <class Lattice>
+  void Expand(const Lattice& lattice, std::size_t position) {
     for (std::size_t from = _stages[position - 1]; from < _stages[position]; ++from) {
       for (const Alternative& alternative : lattice.Alternatives(position)) {
         if (!lattice.Allows(*_states[from].last, alternative)) continue;
