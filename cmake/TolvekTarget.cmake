@@ -5,9 +5,7 @@ target_compile_features(tolvek_options INTERFACE cxx_std_20)
 target_compile_options(tolvek_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   # Sums are rounded as written: no fused multiply-add.
-  -ffp-contract=off
-  # A documented abort depends on assert: it stays alive in every build.
-  -UNDEBUG)
+  -ffp-contract=off)
 if(TOLVEK_WARNINGS_AS_ERRORS)
   target_compile_options(tolvek_options INTERFACE -Werror)
 endif()

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <initializer_list>
 #include <iostream>
 #include <span>
 #include <stdexcept>
@@ -21,37 +20,7 @@ constexpr std::size_t kBeamWidth = 20;
 /// The full-width space of GBK: a word boundary in the output.
 constexpr std::string_view kFullWidthSpace = "\xA1\xA1";
 
-constexpr std::string_view kTagLetters = "BMES";
-
-/// Character classes as `CharType` numbers them.
-enum CharacterClass { kArabicNumeral = 0, kChineseNumeral = 1, kLatinLetter = 3 };
-
-bool IsBracket(std::string_view character) {
-  return character == "(" || character == ")";
-}
-
-/// Marks that belong to the word when they stand between two Latin letters.
-bool JoinsLatinLetters(std::string_view character) {
-  return character == "'" || character == "." || character == " " || character == "-";
-}
-
-/// What stands for a character in the language model: all characters of three classes share the
-/// class number as their key.
-std::string LexicalKey(const std::string& character, int characterClass) {
-  const bool isShared = characterClass == kArabicNumeral || characterClass == kChineseNumeral ||
-                        characterClass == kLatinLetter;
-  return isShared ? toString(characterClass) : character;
-}
-
 }  // namespace
-
-void SplitCharacters(const std::string& text, std::vector<std::string>& characters) {
-  characters.clear();
-  for (std::size_t i = 0; i < text.size(); i += characters.back().size()) {
-    const bool isLead = static_cast<unsigned char>(text[i]) >= 0x80;
-    characters.push_back(text.substr(i, isLead ? 2 : 1));
-  }
-}
 
 class Segmentor::Lattice {
  public:
@@ -67,9 +36,9 @@ class Segmentor::Lattice {
 
   /// Inside a word (after B or M) the word goes on; after its end (E or S) a word begins.
   bool Allows(const SegAlt& previous, const SegAlt& next) const {
-    return MayEnd(previous) == (Is(next, kB) || Is(next, kS));
+    return MayEnd(previous) == (Is(next, kTagB) || Is(next, kTagS));
   }
-  bool MayEnd(const SegAlt& last) const { return Is(last, kE) || Is(last, kS); }
+  bool MayEnd(const SegAlt& last) const { return Is(last, kTagE) || Is(last, kTagS); }
 
   double Extend(double score, std::size_t /*position*/,
                 std::span<const SegAlt* const> recent) const {
@@ -83,7 +52,7 @@ class Segmentor::Lattice {
   }
 
  private:
-  bool Is(const SegAlt& alternative, Tag tag) const {
+  bool Is(const SegAlt& alternative, SegTag tag) const {
     return alternative.tag == _segmentor._tag[tag];
   }
 
@@ -111,8 +80,8 @@ int Segmentor::Initialize() {
 }
 
 void Segmentor::GetTagIndex() {
-  for (const Tag tag : {kB, kE, kM, kS}) {
-    _tag[tag] = _segScore->GetTagIndex(std::string(1, kTagLetters[tag]));
+  for (const SegTag tag : {kTagB, kTagE, kTagM, kTagS}) {
+    _tag[tag] = _segScore->GetTagIndex(std::string(1, kSegTagLetters[tag]));
   }
 }
 
@@ -120,6 +89,10 @@ void Segmentor::RenewLattice(const std::vector<std::string>& chars) {
   _alternatives.clear();
   _starts.assign(1, 0);
   if (chars.empty()) throw std::out_of_range("Segmentor: an empty sentence");
+  _roles.clear();
+  for (const std::string& character : chars) {
+    _roles.push_back(GetSegRole(*_charType, character));
+  }
   for (std::size_t position = 0; position < chars.size(); ++position) {
     AddAlternatives(chars, position);
     _starts.push_back(_alternatives.size());
@@ -127,48 +100,20 @@ void Segmentor::RenewLattice(const std::vector<std::string>& chars) {
 }
 
 void Segmentor::AddAlternatives(const std::vector<std::string>& chars, std::size_t position) {
-  const std::string& character = chars[position];
   const bool isFirst = position == 0;
   const bool isLast = position + 1 == chars.size();
+  const std::string& character = chars[position];
+  const SegRole& role = _roles[position];
   _segScore->GetMeScore(isFirst ? "B_0" : std::string_view(chars[position - 1]), character,
                         isLast ? "E_0" : std::string_view(chars[position + 1]), _meScores);
-
-  const auto add = [&](const std::string& key, Tag tag, Tag scoredAs) {
-    _alternatives.push_back({_segScore->GetWordIndex(key + '/' + kTagLetters[tag]), _tag[tag],
-                             _meScores.at(static_cast<std::size_t>(_tag[scoredAs]))});
-  };
-  if (IsBracket(character)) {
-    add(character, kS, kE);  // a word by itself, with the score of an end: kept so
-    return;
-  }
-
-  const auto classAt = [&](std::size_t i) { return _charType->GetCharType(chars[i]); };
-  const int current = classAt(position);
-  const std::string key = LexicalKey(character, current);
-  const auto addAll = [&](std::initializer_list<Tag> tags) {
-    for (const Tag tag : tags) add(key, tag, tag);
-  };
-  if (isFirst) {
-    addAll({kB, kS});
-    return;
-  }
-  if (isLast) {
-    addAll({kE, kS});
-    return;
-  }
-  const int previous = classAt(position - 1);
-  const int next = classAt(position + 1);
-  if (previous == kLatinLetter && next == kLatinLetter &&
-      (current == kLatinLetter || JoinsLatinLetters(character))) {
-    addAll({kM});  // a run of Latin letters is never split inside
-  } else if (previous == kArabicNumeral && current == kArabicNumeral) {
-    if (next == kArabicNumeral) {
-      addAll({kM});
-    } else {
-      addAll({kE, kM});
-    }
-  } else {
-    addAll({kB, kE, kM, kS});
+  const std::string key = LexicalKey(character, role);
+  const std::span<const SegTag> tags = AllowedTags(isFirst ? nullptr : &_roles[position - 1], role,
+                                                   isLast ? nullptr : &_roles[position + 1]);
+  for (const SegTag tag : tags) {
+    // A bracket, a word by itself, takes the score of a word's end: kept so.
+    const int scored = _tag[role.isBracket ? kTagE : tag];
+    _alternatives.push_back({_segScore->GetWordIndex(SegToken(key, tag)), _tag[tag],
+                             _meScores.at(static_cast<std::size_t>(scored))});
   }
 }
 
@@ -179,7 +124,7 @@ void Segmentor::Viterbi(const std::vector<std::string>& chars, std::string& out)
   }
   std::string words;
   for (std::size_t i = 0; i < chars.size(); ++i) {
-    const bool begins = found && (_path.at(i)->tag == _tag[kB] || _path[i]->tag == _tag[kS]);
+    const bool begins = found && (_path.at(i)->tag == _tag[kTagB] || _path[i]->tag == _tag[kTagS]);
     if (begins) words += ' ';
     words += chars[i] == kFullWidthSpace ? " " : std::string_view(chars[i]);
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "chinese/CharType.h"
+#include "chinese/SegRules.h"
 #include "chinese/SegScore.h"
 #include "decoder/BeamSearch.h"
 
@@ -19,10 +20,6 @@ struct SegAlt {
   int tag;       ///< one of the four tag ids
   double score;  ///< log10 p of the tag at this position
 };
-
-/// Splits text into characters: two bytes when the first is 0x80 or above, else one. A lead byte at
-/// the end of the text is a character of one byte.
-void SplitCharacters(const std::string& text, std::vector<std::string>& characters);
 
 /// Segments Chinese text (GBK) by tagging each character as the begin (B), middle (M) or end (E) of
 /// a word, or as a word by itself (S), and searching the best allowed sequence of tags under
@@ -64,12 +61,9 @@ class Segmentor {
   /// What the search sees of a sentence.
   class Lattice;
 
-  /// Indices into the tag letters.
-  enum Tag { kB, kM, kE, kS, kTags };
-
   void AddAlternatives(const std::vector<std::string>& chars, std::size_t position);
 
-  int _tag[kTags] = {-1, -1, -1, -1};  ///< tag ids, by `Tag`
+  int _tag[4] = {-1, -1, -1, -1};  ///< the model's tag ids, by `SegTag`
   int _order;
   double _alpha;
   std::vector<SegAlt> _alternatives;  ///< of all positions, one after another
@@ -80,6 +74,7 @@ class Segmentor {
 
   // Reused from sentence to sentence.
   std::vector<std::string> _chars;
+  std::vector<SegRole> _roles;
   std::vector<double> _meScores;
   std::vector<const SegAlt*> _path;
 };

@@ -2,7 +2,6 @@
 #include "model/MeModel.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
@@ -125,7 +124,13 @@ bool MeModel::ReadText(ResourceFile& file, const std::string& path) {
     TrimLine(line);
     _lambdasVec.push_back(Extract<double>(line));
   }
-  assert(_lambdaSize == static_cast<int>(_lambdasVec.size()));
+  if (_lambdaSize != static_cast<int>(_lambdasVec.size())) {
+    // A documented assertion: it holds in every build, and its text is fixed.
+    std::cerr << "MeModel: bool Tolvek::MeModel::LoadMaxEntModel(std::string&): Assertion "
+                 "`_lambdaSize == (int)_lambdasVec->size()' failed."
+              << std::endl;
+    std::abort();
+  }
   return true;
 }
 
