@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace Tolvek {
+
+/// What the command line asked for: run after it has been read as a whole. Throws `Failure`.
+using Action = std::function<void()>;
+
+/// Each of these adds one subcommand with its options to `parent`; once the subcommand is met on
+/// the command line, `action` is set. One file each.
+void AddTrainChars(CLI::App& parent, Action& action);
+void AddTrainSeg(CLI::App& parent, Action& action);
+void AddEvalSeg(CLI::App& parent, Action& action);
+void AddConvert(CLI::App& parent, Action& action);
+void AddText(CLI::App& parent, Action& action);
+
+}  // namespace Tolvek

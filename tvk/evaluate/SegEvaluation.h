@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "tvk/train/Corpus.h"
+
+namespace Tolvek {
+
+/// Counts of a comparison of two segmentations of the same text. A word is correct when the other
+/// segmentation has one with the same begin and end, counted in characters other than white space.
+struct SegCounts {
+  std::size_t sentences = 0;
+  std::size_t goldWords = 0;
+  std::size_t outputWords = 0;
+  std::size_t correctWords = 0;
+  std::size_t unknownGold = 0;     ///< gold words that the training corpus does not have
+  std::size_t unknownCorrect = 0;  ///< those of them that are correct
+};
+
+/// Nothing where the denominator is 0.
+using Ratio = std::optional<double>;
+
+Ratio Precision(const SegCounts& counts);
+Ratio Recall(const SegCounts& counts);
+/// The harmonic mean of both; nothing when one is undefined or both are 0.
+Ratio F1(const SegCounts& counts);
+Ratio UnknownRecall(const SegCounts& counts);
+Ratio KnownRecall(const SegCounts& counts);
+
+/// Percent with two decimals, or "undefined".
+std::string ShowRatio(const Ratio& ratio);
+
+using WordSet = std::unordered_set<std::string>;
+
+/// Adds the comparison of one sentence (UTF-8). A geta mark in the output agrees with a gold
+/// character that GBK cannot hold. False, and nothing added, when the texts differ; `difference`
+/// then says where.
+bool CompareSentence(const std::vector<std::string>& gold, const std::vector<std::string>& output,
+                     const WordSet& known, SegCounts& counts, std::string& difference);
+
+/// Compares two corpora line by line; throws `Failure` at the first line whose texts differ.
+SegCounts CompareCorpora(const Corpus& gold, const Corpus& output, const WordSet& known);
+
+}  // namespace Tolvek

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "tvk/commands/Command.h"
+
+namespace {
+
+enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+/// "tvk train seg": the innermost subcommand that was named.
+std::string NameOf(const CLI::App& app) {
+  const CLI::App* command = &app;
+  std::string name = "tvk";
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    name += " " + command->get_name();
+  }
+  return name;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{
+      "tvk: prepare, train and judge the resources of tolvek.\n"
+      "Each command has its own --help. Data goes to the standard output or to files that are "
+      "renamed when complete, everything else to the standard error stream.\n"
+      "Exit status: 0 done; 1 failed; 2 wrong usage.",
+      "tvk"};
+  app.set_version_flag("--version", std::string("tvk ") + TVK_VERSION);
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(34);
+
+  Tolvek::Action action;
+  auto* train = app.add_subcommand("train", "Make resources from lists and corpora");
+  train->require_subcommand(1);
+  Tolvek::AddTrainChars(*train, action);
+  Tolvek::AddTrainSeg(*train, action);
+  auto* eval = app.add_subcommand("eval", "Compare output with a gold standard");
+  eval->require_subcommand(1);
+  Tolvek::AddEvalSeg(*eval, action);
+  Tolvek::AddConvert(app, action);
+  Tolvek::AddText(app, action);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {  // --help, --version
+    return app.exit(asked);
+  } catch (const CLI::ParseError& error) {
+    const std::string name = NameOf(app);
+    std::cerr << name << ": " << error.what() << "\nTry '" << name << " --help'." << std::endl;
+    return kWrongUsage;
+  }
+  try {
+    action();
+  } catch (const std::exception& failure) {
+    std::cerr << "tvk: " << failure.what() << std::endl;
+    return kFailed;
+  }
+  return kDone;
+}

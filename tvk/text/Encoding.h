@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <iconv.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tolvek {
+
+/// How the bytes of a text file stand for characters.
+enum class Encoding { kAuto, kUtf8, kGbk };
+
+/// The names of the encodings as options give them: "auto", "utf-8", "gbk".
+const std::vector<std::pair<std::string, Encoding>>& EncodingNames();
+
+/// Is this well-formed UTF-8 (no overlong forms, no surrogates, nothing above U+10FFFF)?
+bool IsUtf8(std::string_view text);
+
+/// The characters of well-formed UTF-8, one text each.
+std::vector<std::string_view> SplitUtf8(std::string_view text);
+
+/// Converts text between UTF-8 and GBK with the C library's tables. GBK here is what the core
+/// reads: ASCII, and characters of two bytes; a character that GBK would give a single byte above
+/// 0x7F is taken as one that it cannot hold. One object serves one thread.
+class Converter {
+ public:
+  /// Both `kUtf8` or `kGbk`; equal ones only check the text.
+  Converter(Encoding from, Encoding to);
+  ~Converter();
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  /// The converted text; nothing when the text is malformed or holds a character that the target
+  /// cannot.
+  std::optional<std::string> operator()(std::string_view text) const;
+
+ private:
+  Encoding _from;
+  Encoding _to;
+  iconv_t _handle = nullptr;
+};
+
+/// The full-width geta mark, by custom the stand-in for a character that a set lacks (UTF-8).
+inline constexpr std::string_view kGetaMark = "\u3013";
+
+/// Converts UTF-8 to GBK character by character; each one that GBK cannot hold becomes a geta mark
+/// and is counted.
+std::string ToGbkWithMarks(const Converter& toGbk, std::string_view utf8, std::size_t& marks);
+
+/// The text in UTF-8, with `kAuto` chosen by `IsUtf8`. Throws `Failure` that names the file and the
+/// first line that is malformed.
+std::string DecodeToUtf8(const std::string& path, std::string bytes, Encoding encoding);
+
+}  // namespace Tolvek
