@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/wait.h>
+
+#include <cstdlib>
+
+#include "Workplace.h"
+#include "common/Globals.h"
+
+namespace Tolvek {
+namespace {
+
+/// Runs the program as a user does.
+class Commands : public Workplace {
+ protected:
+  /// The exit status; the two streams are left in `_out` and `_err`.
+  int Run(const std::string& arguments) {
+    const std::string command = std::string(TVK_PROGRAM) + " " + arguments + " >out.txt 2>err.txt";
+    const int status = std::system(command.c_str());
+    _out = Get("out.txt");
+    _err = Get("err.txt");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  static std::size_t Lines(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  }
+
+  std::string _out;
+  std::string _err;
+};
+
+TEST_F(Commands, HelpGoesToTheStandardOutput) {
+  for (const char* command : {"", "train", "train chars", "train seg", "eval", "eval seg",
+                              "convert", "convert me", "convert lm", "convert chars", "text"}) {
+    EXPECT_EQ(Run(std::string(command) + " --help"), 0) << command;
+    EXPECT_NE(_out.find("Usage: tvk"), std::string::npos) << command;
+    EXPECT_EQ(_err, "") << command;
+  }
+  EXPECT_EQ(Run("--version"), 0);
+  EXPECT_TRUE(_out.starts_with("tvk ")) << _out;
+}
+
+TEST_F(Commands, WrongUsageGetsTwoLinesAndStatus2) {
+  for (const char* arguments :
+       {"", "nonsense", "train", "train seg", "train seg --corpus a --out b --l2 -1",
+        "train seg --corpus a --out b --smoothing none", "eval seg a", "convert me a",
+        "text a --to latin", "text a b"}) {
+    EXPECT_EQ(Run(arguments), 2) << arguments;
+    EXPECT_EQ(_out, "") << arguments;
+    EXPECT_EQ(Lines(_err), 2U) << arguments << '\n' << _err;
+  }
+  Run("train seg --corpus a --out b --l2 -1");
+  EXPECT_EQ(_err,
+            "tvk train seg: --l2: a number of at least 0 expected, found \"-1\"\n"
+            "Try 'tvk train seg --help'.\n");
+}
+
+TEST_F(Commands, FailuresNameTheFileAndGiveStatus1) {
+  for (const char* arguments : {"eval seg none none", "convert me none b", "convert lm none b",
+                                "convert chars b", "text none", "train chars --lists none --out b",
+                                "train seg --corpus none --chars none --out folder"}) {
+    EXPECT_EQ(Run(arguments), 1) << arguments;
+    EXPECT_NE(_err, "") << arguments;
+    EXPECT_FALSE(std::filesystem::exists("b")) << arguments;
+  }
+}
+
+TEST_F(Commands, ConvertTurnsModelsBinary) {
+  Put("me.txt", "title\n1\n1/a\n2\nB\nS\n2 0 1\n2\n0.5\n-0.25\n");
+  EXPECT_EQ(Run("convert me me.txt me.bin"), 0) << _err;
+  EXPECT_TRUE(Get("me.bin").starts_with(g_Model_Header));
+  Put("lm.arpa", "\\data\\\nngram 1=2\n\n\\1-grams:\n-1\t<unk>\n-2\ta/S\n\n\\end\\\n");
+  EXPECT_EQ(Run("convert lm lm.arpa lm.bin"), 0) << _err;
+  EXPECT_TRUE(Get("lm.bin").starts_with(g_Model_Header));
+  EXPECT_EQ(Run("convert me me.txt nowhere/me.bin"), 1);
+  Put("bad.arpa", "\\data\\\nngram 1=1\n\n\\1-grams:\n-1\n\n\\end\\\n");
+  EXPECT_EQ(Run("convert lm bad.arpa bad.bin"), 1);
+  EXPECT_FALSE(std::filesystem::exists("bad.bin"));
+}
+
+TEST_F(Commands, ConvertCharsReadsTheListsInData) {
+  std::filesystem::create_directory("data");
+  for (const char* list : {"Punc", "ANum", "CNum1", "CNum2", "EChar", "Date", "CGivenName"}) {
+    Put(std::string("data/") + list, "header\n0\n");
+  }
+  Put("data/CFamilyName", "header\n0\nheader\n0\n");
+  EXPECT_EQ(Run("convert chars out.bin"), 1) << "ForeignName is missing";
+  EXPECT_NE(_err.find("data/ForeignName"), std::string::npos);
+  Put("data/ForeignName", "header\n0\n");
+  EXPECT_EQ(Run("convert chars out.bin"), 0) << _err;
+  EXPECT_EQ(Get("out.bin"), std::string(16, '\0'));
+}
+
+TEST_F(Commands, TextWritesRunningText) {
+  Put("c", "我/A New/B York/B\n\U0001F600/C\n");
+  EXPECT_EQ(Run("text c"), 0);
+  EXPECT_EQ(_out, "我New York\n\U0001F600\n");
+  EXPECT_EQ(Run("text c --to gbk -o c.gbk"), 0);
+  EXPECT_EQ(Get("c.gbk"), "\xCE\xD2New York\n\xA1\xFE\n");
+  EXPECT_NE(_err.find("geta marks (U+3013): 1\n"), std::string::npos) << _err;
+}
+
+TEST_F(Commands, EvalReportsGbkAgainstUtf8) {
+  Put("gold", "我/A 中国/B\n");
+  Put("out", "\xCE\xD2 \xD6\xD0 \xB9\xFA \n");
+  Put("train", "我/A\n");
+  EXPECT_EQ(Run("eval seg gold out --train train"), 0) << _err;
+  EXPECT_EQ(_out,
+            "lines                    1\n"
+            "gold words               2\n"
+            "output words             3\n"
+            "correct words            1\n"
+            "precision                33.33\n"
+            "recall                   50.00\n"
+            "F1                       40.00\n"
+            "unknown gold words       1\n"
+            "recall of unknown words  0.00\n"
+            "recall of known words    100.00\n");
+  Put("out", "\xCE\xD2 \xD6\xD0\n");
+  EXPECT_EQ(Run("eval seg gold out"), 1);
+  EXPECT_TRUE(_err.starts_with("tvk: out:1: the text differs")) << _err;
+}
+
+TEST_F(Commands, TrainedModelsAreComplete) {
+  PutLists("lists");
+  EXPECT_EQ(Run("train chars --lists lists --out resource"), 0) << _err;
+  std::string corpus;
+  for (int i = 0; i < 20; ++i) corpus += "我 是 中国 人 。\n他 在 北京 。\n";
+  Put("train", corpus);
+  Put("dev", "他 是 北京 人 。\n");
+  const std::string arguments = "train seg --corpus train --dev dev --chars resource --raw dev ";
+  EXPECT_EQ(Run(arguments + "--out models --text --dev-every 10"), 0) << _err;
+  for (const char* name : {"binarySegModel", "binarySegLM"}) {
+    EXPECT_TRUE(Get(std::string("models/") + name).starts_with(g_Model_Header)) << name;
+  }
+  EXPECT_TRUE(Get("models/segLM.arpa").starts_with("\\data\\"));
+  EXPECT_NE(Get("models/segModel.txt"), "");
+  EXPECT_NE(_err.find("written models on the development corpus: F1 100.00"), std::string::npos)
+      << _err;
+  EXPECT_EQ(Run(arguments + "--out quiet --quiet"), 0);
+  EXPECT_EQ(_err, "");
+  EXPECT_EQ(Get("quiet/binarySegModel"), Get("models/binarySegModel"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator("quiet"), {}), 2)
+      << "nothing but the two models is left";
+}
+
+}  // namespace
+}  // namespace Tolvek
