@@ -44,21 +44,7 @@ class Golden : public Scratch {
     return report + "--- end\n";
   }
 
-  static std::string Expected(const std::string& name) {
-    return ReadText(GOLDEN_DIR "/" + name + ".expected");
-  }
-
-  /// The files in the working directory.
-  static std::vector<std::string> Files() {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(".")) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
- private:
+  /// Runs the program with its streams in the files "stdout" and "stderr"; its exit status.
   static int Execute(const Arguments& arguments) {
     std::vector<std::string> texts{TOLVEK_PROGRAM};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
@@ -78,6 +64,21 @@ class Golden : public Scratch {
     return WEXITSTATUS(status);
   }
 
+  static std::string Expected(const std::string& name) {
+    return ReadText(GOLDEN_DIR "/" + name + ".expected");
+  }
+
+  /// The files in the working directory.
+  static std::vector<std::string> Files() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+ private:
   static void Redirect(const char* path, int descriptor) {
     ::dup2(::open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600), descriptor);
   }
@@ -242,6 +243,13 @@ TEST_F(Golden, TextResources) {
   const std::string binary = Run({"-i", "in", "-o", "out"});
   WriteText("data/binarySegModel", none.Text());
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), binary);
+}
+
+TEST_F(Golden, ShippedModelsOnTheExamples) {
+  std::filesystem::remove("data");
+  std::filesystem::create_directory_symlink(PROJECT_DIR "/data", "data");
+  EXPECT_EQ(Execute({"-i", PROJECT_DIR "/examples/chinese.gbk", "-o", "out"}), 0);
+  EXPECT_EQ(ReadText("out"), ReadText(PROJECT_DIR "/examples/chinese.seg.gbk"));
 }
 
 }  // namespace
