@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/train/CharacterLists.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -58,21 +59,24 @@ void AppendTable(std::string& bytes, const TextTable& table) {
 }  // namespace
 
 std::string BuildCharacterResource(const std::string& folder, std::string& warnings) {
+  const auto read = [&](const char* name, std::size_t sections) {
+    return ReadReadableList(folder + "/" + name + ".txt", sections);
+  };
   TextTable punctuation;
   TextTable classes;
   TextTable names;
   TextTable foreign;
-  AddSection(ReadReadableList(folder + "/Punc.txt", 1), 0, 1, punctuation, warnings);
+  AddSection(read("Punc", 1), 0, 1, punctuation, warnings);
   const char* const classLists[] = {"ANum", "CNum1", "CNum2", "EChar", "Date"};
   int code = 0;
-  for (const std::string name : classLists) {
-    AddSection(ReadReadableList(folder + "/" + name + ".txt", 1), 0, code++, classes, warnings);
+  for (const char* name : classLists) {
+    AddSection(read(name, 1), 0, code++, classes, warnings);
   }
-  const ReadableList family = ReadReadableList(folder + "/CFamilyName.txt", 2);
+  const ReadableList family = read("CFamilyName", 2);
   AddSection(family, 0, 0, names, warnings);
   AddSection(family, 1, 1, names, warnings);
-  AddGivenNames(ReadReadableList(folder + "/CGivenName.txt", 1), names, warnings);
-  AddSection(ReadReadableList(folder + "/ForeignName.txt", 1), 0, 1, foreign, warnings);
+  AddGivenNames(read("CGivenName", 1), names, warnings);
+  AddSection(read("ForeignName", 1), 0, 1, foreign, warnings);
 
   std::string bytes;
   for (const TextTable* table : {&punctuation, &classes, &names, &foreign}) {
