@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "common/FlatMap.h"
+#include "common/ResourceFile.h"
 #include "tvk/text/Encoding.h"
 #include "tvk/train/ReadableList.h"
 
@@ -42,17 +43,12 @@ void AddGivenNames(const ReadableList& list, TextTable& table, std::string& warn
   }
 }
 
-void AppendNumber(std::string& bytes, std::size_t value) {
-  const auto number = static_cast<std::int32_t>(value);
-  bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
-}
-
-void AppendTable(std::string& bytes, const TextTable& table) {
-  AppendNumber(bytes, table.size());
+void WriteTable(const TextTable& table, ResourceWriter& out) {
+  out.Write(static_cast<std::int32_t>(table.size()));
   for (const auto& [key, code] : table) {
-    AppendNumber(bytes, key.size());
-    bytes += key;
-    AppendNumber(bytes, static_cast<std::size_t>(code));
+    out.Write(static_cast<std::int32_t>(key.size()));
+    out.WriteBytes(key);
+    out.Write(code);
   }
 }
 
@@ -78,11 +74,11 @@ std::string BuildCharacterResource(const std::string& folder, std::string& warni
   AddGivenNames(read("CGivenName", 1), names, warnings);
   AddSection(read("ForeignName", 1), 0, 1, foreign, warnings);
 
-  std::string bytes;
+  ResourceWriter resource;
   for (const TextTable* table : {&punctuation, &classes, &names, &foreign}) {
-    AppendTable(bytes, *table);
+    WriteTable(*table, resource);
   }
-  return bytes;
+  return resource.Bytes();
 }
 
 }  // namespace Tolvek
