@@ -169,11 +169,7 @@ void CharType::Convert2Binary(const std::string& path) {
   ResourceWriter file;
   for (const TextTable* table : {&_punctuation, &_characterClass, &_chineseName, &_foreignName}) {
     file.Write(static_cast<std::int32_t>(table->size()));
-    for (const auto& [key, value] : *table) {
-      file.Write(static_cast<std::int32_t>(key.size()));
-      file.WriteBytes(key);
-      file.Write(value);
-    }
+    file.WriteEntries(*table);
   }
   file.Save(path);
 }

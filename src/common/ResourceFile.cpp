@@ -86,6 +86,14 @@ void ResourceWriter::Write(double value) {
   _bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
+void ResourceWriter::WriteEntries(const TextTable& table) {
+  for (const auto& [key, value] : table) {
+    Write(static_cast<std::int32_t>(key.size()));
+    WriteBytes(key);
+    Write(value);
+  }
+}
+
 bool ResourceWriter::Save(const std::string& path) const {
   std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
   const bool written =

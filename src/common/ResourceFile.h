@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "common/FlatMap.h"
+
 namespace Tolvek {
 
 /// A resource file read into memory at once and taken apart field by field, line by line or piece
@@ -59,6 +61,8 @@ class ResourceWriter {
   void Write(std::int32_t value);
   void Write(double value);
   void WriteBytes(std::string_view bytes) { _bytes += bytes; }
+  /// The entries of a table, in their order: each as the key's length in bytes, the key, the value.
+  void WriteEntries(const TextTable& table);
   const std::string& Bytes() const { return _bytes; }
 
   /// Writes the file; on failure says "Can not write " + path + the system's reason on the

@@ -295,7 +295,7 @@ int Ngram::ConvertToBinaryFile(const char* arpaPath, const char* binaryPath) {
   ResourceWriter binary;
   binary.WriteBytes(g_Model_Header);
   binary.Write(_vocab->NextIndex());
-  _vocab->WriteWords(binary);
+  binary.WriteEntries(_vocab->Words());
 
   std::vector<int> counts;
   int order = 0;

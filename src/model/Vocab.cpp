@@ -76,18 +76,10 @@ int Vocab::length(const int* ids) {
 }
 
 int Vocab::WriteVocabIndex(std::FILE* out) const {
-  ResourceWriter writer;
-  WriteWords(writer);
-  std::fwrite(writer.Bytes().data(), 1, writer.Bytes().size(), out);
+  ResourceWriter words;
+  words.WriteEntries(_wordToIndex);
+  std::fwrite(words.Bytes().data(), 1, words.Bytes().size(), out);
   return 1;
-}
-
-void Vocab::WriteWords(ResourceWriter& out) const {
-  for (const auto& [word, index] : _wordToIndex) {
-    out.Write(static_cast<std::int32_t>(word.size()));
-    out.WriteBytes(word);
-    out.Write(index);
-  }
 }
 
 int Vocab::GetIndex(std::string_view word) const {

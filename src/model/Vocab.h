@@ -11,8 +11,6 @@
 
 namespace Tolvek {
 
-class ResourceWriter;
-
 /// Ends every array of word indices; never the index of a word.
 inline constexpr int Vocab_None = -1;
 
@@ -49,7 +47,6 @@ class Vocab {
   /// Writes each word as its length in bytes (32 bits), the bytes and the index (32 bits), in order
   /// of insertion. Returns 1.
   int WriteVocabIndex(std::FILE* out) const;
-  void WriteWords(ResourceWriter& out) const;
 
   /// The word's index, or that of "<unk>".
   int GetIndex(std::string_view word) const;

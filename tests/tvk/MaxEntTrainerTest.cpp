@@ -2,6 +2,7 @@
 #include <cmath>
 #include <random>
 
+#include "GradientCheck.h"
 #include "Workplace.h"
 #include "model/MeModel.h"
 #include "tvk/train/MaxEntTrainer.h"
@@ -47,18 +48,7 @@ TEST(MaxEntTrainer, GradientOfPositionsMatchesDifferences) {
   std::normal_distribution<double> normal;
   std::vector<double> weights(parameters.tags.size());
   for (double& weight : weights) weight = 0.3 * normal(random);
-  std::vector<double> gradient(weights.size());
-  std::vector<double> ignored(weights.size());
-  trainer.Evaluate(objective, weights, gradient);
-  for (std::size_t p = 0; p < weights.size(); ++p) {
-    static constexpr double kStep = 1e-5;
-    std::vector<double> moved = weights;
-    moved[p] += kStep;
-    const double above = trainer.Evaluate(objective, moved, ignored);
-    moved[p] -= 2 * kStep;
-    const double below = trainer.Evaluate(objective, moved, ignored);
-    EXPECT_NEAR(gradient[p], (above - below) / (2 * kStep), 1e-5) << "weight " << p;
-  }
+  ExpectGradientOfDifferences(trainer, objective, weights);
 }
 
 TEST(MaxEntTrainer, FitReachesTheOptimum) {

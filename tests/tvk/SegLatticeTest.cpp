@@ -3,6 +3,7 @@
 #include <numeric>
 #include <random>
 
+#include "GradientCheck.h"
 #include "Workplace.h"
 #include "tvk/train/CharacterLists.h"
 #include "tvk/train/SegLattice.h"
@@ -151,17 +152,7 @@ TEST(PathObjective, IsTheGoldPathsLogProbabilityWithItsGradient) {
 
   std::normal_distribution<double> normal;
   for (double& weight : weights) weight = 0.3 * normal(random);
-  trainer.Evaluate(objective, weights, gradient);
-  std::vector<double> ignored(weights.size());
-  for (std::size_t p = 0; p < weights.size(); ++p) {
-    static constexpr double kStep = 1e-5;
-    std::vector<double> moved = weights;
-    moved[p] += kStep;
-    const double above = trainer.Evaluate(objective, moved, ignored);
-    moved[p] -= 2 * kStep;
-    const double below = trainer.Evaluate(objective, moved, ignored);
-    EXPECT_NEAR(gradient[p], (above - below) / (2 * kStep), 1e-5) << "weight " << p;
-  }
+  ExpectGradientOfDifferences(trainer, objective, weights);
 }
 
 class Alphabet : public Workplace {

@@ -43,15 +43,6 @@ void AddGivenNames(const ReadableList& list, TextTable& table, std::string& warn
   }
 }
 
-void WriteTable(const TextTable& table, ResourceWriter& out) {
-  out.Write(static_cast<std::int32_t>(table.size()));
-  for (const auto& [key, code] : table) {
-    out.Write(static_cast<std::int32_t>(key.size()));
-    out.WriteBytes(key);
-    out.Write(code);
-  }
-}
-
 }  // namespace
 
 std::string BuildCharacterResource(const std::string& folder, std::string& warnings) {
@@ -76,7 +67,8 @@ std::string BuildCharacterResource(const std::string& folder, std::string& warni
 
   ResourceWriter resource;
   for (const TextTable* table : {&punctuation, &classes, &names, &foreign}) {
-    WriteTable(*table, resource);
+    resource.Write(static_cast<std::int32_t>(table->size()));
+    resource.WriteEntries(*table);
   }
   return resource.Bytes();
 }
