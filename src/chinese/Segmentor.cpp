@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "chinese/Segmentor.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <span>
 #include <stdexcept>
 #include <string_view>
 
+#include "common/Fields.h"
 #include "common/Globals.h"
 #include "common/LineLoop.h"
 
@@ -129,13 +129,8 @@ void Segmentor::Viterbi(const std::vector<std::string>& chars, std::string& out)
     words += chars[i] == kFullWidthSpace ? " " : std::string_view(chars[i]);
   }
   // Words are split again at white space: blanks inside and between them fall together here.
-  static constexpr const char* kWhiteSpace = " \t\n\v\f\r";
   out.clear();
-  std::size_t end = 0;
-  for (std::size_t begin = 0; (begin = words.find_first_not_of(kWhiteSpace, end)) != words.npos;) {
-    end = std::min(words.find_first_of(kWhiteSpace, begin), words.size());
-    out.append(words, begin, end - begin).append(" ");
-  }
+  ForEachField(words, [&](std::string_view word) { out.append(word).append(" "); });
 }
 
 bool Segmentor::CheckEqual(const std::deque<int>& a, const std::deque<int>& b) {
@@ -159,7 +154,7 @@ void Segmentor::SegFile(std::string inPath, std::string outPath) {
     std::cerr << "*****\nCannot open " << inPath << "\n*****" << std::endl;
     return;
   }
-  ProcessLines(in, outPath, {std::cout},
+  ProcessLines(in, outPath, {&std::cout},
                [this](std::string& line, std::string& result) { SegSentence(line, result); });
 }
 

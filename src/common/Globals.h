@@ -26,8 +26,14 @@ inline const std::string g_Model_Header = "#bin,model";
 /// Length of `g_Model_Header` in bytes.
 inline const int g_Header_Len = static_cast<int>(g_Model_Header.length());
 
+/// What frames some reports: 36 "#".
+inline const std::string kRule(36, '#');
+
 /// Removes blanks, tabs, carriage returns and line feeds (no other character) from both ends.
 void TrimLine(std::string& text);
+
+/// Says on the standard error stream that tagging was asked of a facade that has not prepared it.
+void ReportNoPosTagger();
 
 /// The value as a formatted output stream writes it, in the classic locale.
 template <class T>

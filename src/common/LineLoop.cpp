@@ -8,23 +8,23 @@
 
 namespace Tolvek {
 
-void ProcessLines(std::ifstream& in, const std::string& outPath, const Progress& progress,
+void ProcessLines(std::ifstream& in, const std::string& outPath, const LineLoop& loop,
                   const std::function<void(std::string& line, std::string& result)>& process) {
   std::ofstream out(outPath);
-  std::ostream& report = progress.stream;
+  std::ostream nowhere(nullptr);
+  std::ostream& report = loop.report != nullptr ? *loop.report : nowhere;
   report << "Processing:" << std::endl;
   std::uint32_t count = 0;
   std::string line;
   std::string result;
   while (std::getline(in, line)) {
     ++count;
-    if (count % progress.dotEvery == 0) {
+    if (count % loop.dotEvery == 0) {
       report << "." << std::flush;
-      if (count % progress.countEvery == 0) {
-        report << "\t" << count << progress.unit << std::endl;
-      }
+      if (count % loop.countEvery == 0) report << "\t" << count << loop.unit << std::endl;
     }
     TrimLine(line);
+    if (line.empty() && loop.dropBlankLines) continue;
     result.clear();
     if (!line.empty()) process(line, result);
     result += '\n';

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "common/Fields.h"
 #include "common/Globals.h"
 #include "common/ResourceFile.h"
 
@@ -23,17 +24,6 @@ constexpr std::int32_t kLongestText = 256;
 /// A file that declares more tags than this, and does not hold them, is refused: every evaluation
 /// makes one score per declared tag.
 constexpr int kMostMissingTags = 65536;
-
-/// The number at the start of a line, as formatted extraction gives it: 0 when there is none, the
-/// nearest bound when it is out of range.
-template <class T>
-T Extract(const std::string& line) {
-  std::istringstream in(line);
-  in.imbue(std::locale::classic());
-  T value{};
-  in >> value;
-  return value;
-}
 
 /// Reads the feature or tag texts of a binary model: up to `count` records, `store(text, number)`
 /// for each. Stops at the end of the file. False for a length that cannot be.
@@ -93,14 +83,14 @@ bool MeModel::ReadText(ResourceFile& file, const std::string& path) {
   file.ReadLine(line);  // a title
 
   file.ReadLine(line);
-  _featureSize = Extract<int>(line);
+  _featureSize = ExtractNumber<int>(line);
   for (int id = 0; id < _featureSize && file.ReadLine(line); ++id) {
     TrimLine(line);
     _featureMap.insert({line, id});
   }
 
   file.ReadLine(line);
-  _tagSize = Extract<int>(line);
+  _tagSize = ExtractNumber<int>(line);
   for (int id = 0; id < _tagSize && file.ReadLine(line); ++id) {
     TrimLine(line);
     _tagMap.insert({line, id});
@@ -119,10 +109,10 @@ bool MeModel::ReadText(ResourceFile& file, const std::string& path) {
   }
 
   file.ReadLine(line);
-  _lambdaSize = Extract<int>(line);
+  _lambdaSize = ExtractNumber<int>(line);
   for (int i = 0; i < _lambdaSize && file.ReadLine(line); ++i) {
     TrimLine(line);
-    _lambdasVec.push_back(Extract<double>(line));
+    _lambdasVec.push_back(ExtractNumber<double>(line));
   }
   if (_lambdaSize != static_cast<int>(_lambdasVec.size())) {
     // A documented assertion: it holds in every build, and its text is fixed.
@@ -225,7 +215,7 @@ int MeModel::ConvertToBinaryModel(const std::string& textPath, const std::string
   };
   const auto copyCount = [&] {
     next();
-    const int count = Extract<int>(line);
+    const int count = ExtractNumber<int>(line);
     binary.Write(count);
     return count;
   };
@@ -246,7 +236,7 @@ int MeModel::ConvertToBinaryModel(const std::string& textPath, const std::string
     for (const int number : numbers) binary.Write(number);
   }
   const int parameters = copyCount();
-  for (int i = 0; i < parameters && next(); ++i) binary.Write(Extract<double>(line));
+  for (int i = 0; i < parameters && next(); ++i) binary.Write(ExtractNumber<double>(line));
   return static_cast<int>(binary.Save(binaryPath));
 }
 
@@ -349,10 +339,9 @@ void MeModel::LogProbabilities(const Features& features,
 int MeModel::GetTagId(const std::string& tag) const {
   const auto found = _tagMap.find(tag);
   if (found != _tagMap.end()) return found->second;
-  const std::string rule(36, '#');
-  std::cerr << rule << std::endl
+  std::cerr << kRule << std::endl
             << "There is no tag named: " << tag << std::endl
-            << rule << std::endl;
+            << kRule << std::endl;
   return -1;
 }
 

@@ -16,7 +16,7 @@ class LineLoopTest : public Scratch {
     WriteText("in", text);
     std::ifstream in("in");
     std::ostringstream progress;
-    ProcessLines(in, "out", {progress, dotEvery, countEvery, unit},
+    ProcessLines(in, "out", {&progress, dotEvery, countEvery, unit},
                  [this](std::string& line, std::string& result) {
                    ++_calls;
                    result = "[" + line + "]";
@@ -71,7 +71,7 @@ TEST_F(LineLoopTest, TheDefaultsAreThoseOfSegmentation) {
   WriteText("in", Repeat("\n", 5000));
   std::ifstream in("in");
   std::ostringstream progress;
-  ProcessLines(in, "out", {.stream = progress}, [](std::string&, std::string&) {});
+  ProcessLines(in, "out", {.report = &progress}, [](std::string&, std::string&) {});
   EXPECT_EQ(progress.str(), "Processing:\n" + std::string(50, '.') +
                                 "\t5000 sentence\n\n5000 sentences in total.\n");
 }
@@ -81,7 +81,7 @@ TEST_F(LineLoopTest, EachLineIsOutBeforeTheNextIsBegun) {
   std::ifstream in("in");
   std::ostringstream progress;
   std::vector<std::string> seen;
-  ProcessLines(in, "out", {.stream = progress}, [&](std::string& line, std::string& result) {
+  ProcessLines(in, "out", {.report = &progress}, [&](std::string& line, std::string& result) {
     seen.push_back(ReadText("out"));
     result = line;
   });
@@ -98,7 +98,7 @@ TEST_F(LineLoopTest, TheResultStartsEmptyForEachLine) {
   WriteText("in", "a\nb\n");
   std::ifstream in("in");
   std::ostringstream progress;
-  ProcessLines(in, "out", {.stream = progress},
+  ProcessLines(in, "out", {.report = &progress},
                [](std::string& line, std::string& result) { result += line; });
   EXPECT_EQ(ReadText("out"), "a\nb\n");
 }
@@ -109,13 +109,55 @@ TEST_F(LineLoopTest, AnOutputThatCannotBeWrittenLosesTheLinesOnly) {
   std::ostringstream progress;
   int calls = 0;
   const Output output = Capture([&] {
-    ProcessLines(in, "nowhere/out", {.stream = progress},
+    ProcessLines(in, "nowhere/out", {.report = &progress},
                  [&](std::string&, std::string&) { ++calls; });
   });
   EXPECT_EQ(calls, 2);
   EXPECT_EQ(progress.str(), "Processing:\n\n2 sentences in total.\n");
   EXPECT_EQ(output.out + output.err, "");
   EXPECT_FALSE(Exists("nowhere/out"));
+}
+
+TEST_F(LineLoopTest, WithoutAReportNothingIsSaid) {
+  WriteText("in", Repeat("x\n\n", 5000));
+  std::ifstream in("in");
+  const Output output = Capture([&] {
+    ProcessLines(in, "out", {.report = nullptr},
+                 [](std::string& line, std::string& result) { result = line; });
+  });
+  EXPECT_EQ(output.out + output.err, "");
+  EXPECT_EQ(ReadText("out"), Repeat("x\n\n", 5000));
+}
+
+TEST_F(LineLoopTest, ThereIsNoReportByDefault) {
+  WriteText("in", "x\n");
+  std::ifstream in("in");
+  const Output output = Capture([&] {
+    ProcessLines(in, "out", {}, [](std::string& line, std::string& result) { result = line; });
+  });
+  EXPECT_EQ(output.out + output.err, "");
+  EXPECT_EQ(ReadText("out"), "x\n");
+}
+
+TEST_F(LineLoopTest, BlankLinesCanBeDropped) {
+  WriteText("in", "\na\r\n \t\r\n\n b\n\nempty\n");
+  std::ifstream in("in");
+  std::ostringstream progress;
+  std::vector<std::string> seen;
+  ProcessLines(in, "out",
+               {.report = &progress,
+                .dotEvery = 2,
+                .countEvery = 6,
+                .unit = " lines",
+                .dropBlankLines = true},
+               [&](std::string& line, std::string& result) {
+                 seen.push_back(line);
+                 if (line != "empty") result = line;
+               });
+  EXPECT_EQ(seen, (std::vector<std::string>{"a", "b", "empty"}));
+  EXPECT_EQ(ReadText("out"), "a\nb\n\n") << "an empty result is a line";
+  EXPECT_EQ(progress.str(), "Processing:\n...\t6 lines\n\n7 sentences in total.\n")
+      << "all lines count";
 }
 
 }  // namespace
