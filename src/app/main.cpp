@@ -67,13 +67,18 @@ std::optional<Options> ReadOptions(int argc, char** argv) {
   return Options{*input, *output, task.value_or("seg")};
 }
 
-/// Runs one Chinese task; false when the resources do not load. The models are released on return,
+/// Runs a Chinese task; false when its resources do not load. The models are released on return,
 /// inside the timed span.
 bool RunChinese(const Options& options) {
-  const bool pos = options.task == "segpos" || options.task == "pos";
+  const bool tagsOnly = options.task == "pos";
+  const bool tags = tagsOnly || options.task == "segpos";
   Tolvek::LexSegPos lexer;
-  if (!lexer.Initialize(pos)) return false;
-  lexer.SegPosFile(options.input, options.output, pos);
+  if (!lexer.Initialize(tags)) return false;
+  if (tagsOnly) {
+    lexer.PosFile(options.input, options.output);
+  } else {
+    lexer.SegPosFile(options.input, options.output, tags);  // an unknown task word: no tags
+  }
   return true;
 }
 
@@ -83,7 +88,7 @@ bool Run(const Options& options) {
     std::cerr << "This version has no English tasks yet." << std::endl;
     return false;
   }
-  return RunChinese(options);  // also for an unknown task word: plain segmentation
+  return RunChinese(options);
 }
 
 }  // namespace

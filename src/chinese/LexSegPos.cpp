@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "chinese/LexSegPos.h"
 
+#include <fstream>
 #include <iostream>
 
 #include "common/Globals.h"
+#include "common/LineLoop.h"
 
 namespace Tolvek {
 
@@ -17,19 +19,22 @@ constexpr int kOrder = 2;
 LexSegPos::LexSegPos()
     : _charType(std::make_unique<CharType>()),
       _segScore(std::make_unique<SegScore>(_charType.get())),
+      _posScore(std::make_unique<PosScore>(_charType.get())),
       _segmentor(std::make_unique<Segmentor>(_segScore.get(), _charType.get(), kLanguageModelWeight,
-                                             kOrder)) {}
+                                             kOrder)),
+      _posTagger(std::make_unique<PosTagger>(_posScore.get(), kOrder)) {}
 
 bool LexSegPos::Initialize(bool preparePos) {
   std::cerr << "Initializing ......" << std::endl;
   if (!_charType->Initialize(true)) return false;
+  _posReady = preparePos;  // before the models are there, and whether or not they load: kept so
   if (!_segScore->Initialize(g_datapath + "binarySegLM", g_datapath + "binarySegModel")) {
     return false;
   }
   _segmentor->Initialize();
   if (preparePos) {
-    std::cerr << "This version does not tag parts of speech yet." << std::endl;
-    return false;
+    if (!_posScore->Initialize(g_datapath + "binaryPosModel", g_datapath + "Dict")) return false;
+    _posTagger->Initialize();
   }
   std::cerr << "Initialization is finished." << std::endl;
   return true;
@@ -44,26 +49,62 @@ void LexSegPos::SegmentFile(const std::string& inPath, const std::string& outPat
 }
 
 bool LexSegPos::SegPosFile(const std::string& inPath, const std::string& outPath, bool pos) {
-  if (pos) return ReportNoPos();
-  _segmentor->SegFile(inPath, outPath);
+  if (!pos) {
+    _segmentor->SegFile(inPath, outPath);
+    return true;
+  }
+  if (!CheckPosReady()) return false;
+  TagFile(inPath, outPath);
   return true;
 }
 
 bool LexSegPos::SegPosSentence(std::string& in, std::string& out, bool pos) {
-  if (pos) return ReportNoPos();
+  if (pos && !CheckPosReady()) return false;
   TrimLine(in);
   out.clear();
-  if (!in.empty()) _segmentor->SegSentence(in, out);
+  if (in.empty()) return true;
+  if (pos) {
+    TagSentence(in, out);
+  } else {
+    _segmentor->SegSentence(in, out);
+  }
   return true;
 }
 
-bool LexSegPos::ReportNoPos() {
-  const std::string rule(36, '#');
-  std::cerr << rule
-            << std::endl
-            // No line end between the message and the closing rule: kept so.
-            << "The PosTagger has not been initialized." << rule << std::endl;
-  return false;
+void LexSegPos::TagSentence(std::string& in, std::string& out) {
+  std::string words;
+  _segmentor->SegSentence(in, words);
+  _posTagger->TagSentence(words, out);
+}
+
+template <class Process>
+bool LexSegPos::ProcessFile(const std::string& inPath, const std::string& outPath,
+                            std::ostream& report, const Process& process) {
+  std::ifstream in(inPath);
+  if (!in.is_open()) {
+    std::cerr << kRule << std::endl
+              << "Open " << inPath << " error." << std::endl
+              << kRule << std::endl;
+    return false;
+  }
+  ProcessLines(in, outPath, {.report = &report, .unit = " sentences"}, process);
+  return true;
+}
+
+void LexSegPos::TagFile(const std::string& inPath, const std::string& outPath) {
+  ProcessFile(inPath, outPath, std::cout,
+              [this](std::string& line, std::string& result) { TagSentence(line, result); });
+}
+
+bool LexSegPos::PosFile(const std::string& inPath, const std::string& outPath) {
+  return ProcessFile(inPath, outPath, std::cerr, [this](std::string& line, std::string& result) {
+    _posTagger->TagSentence(line, result);
+  });
+}
+
+bool LexSegPos::CheckPosReady() const {
+  if (!_posReady) ReportNoPosTagger();
+  return _posReady;
 }
 
 }  // namespace Tolvek

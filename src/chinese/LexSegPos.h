@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <iosfwd>
 #include <memory>
 #include <string>
 
 #include "chinese/CharType.h"
+#include "chinese/PosScore.h"
+#include "chinese/PosTagger.h"
 #include "chinese/SegScore.h"
 #include "chinese/Segmentor.h"
 
@@ -14,9 +17,9 @@ namespace Tolvek {
 /// the resource directory. Text is GBK.
 ///
 ///     LexSegPos lexer;
-///     if (lexer.Initialize(false)) {
+///     if (lexer.Initialize(true)) {
 ///       std::string in = ..., out;
-///       lexer.SegPosSentence(in, out, false);  // words, one blank after each
+///       lexer.SegPosSentence(in, out, true);  // word/TAG, one blank after each
 ///     }
 ///
 /// Not re-entrant: one object a thread.
@@ -34,17 +37,36 @@ class LexSegPos {
   void SegmentFile(const std::string& inPath, const std::string& outPath);
 
   /// Segments (and, with `pos`, tags) a file or a line, which is trimmed in place; a blank line
-  /// gives an empty text. False, with a report, when tagging was not prepared.
+  /// gives an empty text. False, with a report, when tagging was not asked of `Initialize`.
   bool SegPosFile(const std::string& inPath, const std::string& outPath, bool pos);
   bool SegPosSentence(std::string& in, std::string& out, bool pos);
 
- private:
-  /// The not-initialised report; always false.
-  static bool ReportNoPos();
+  // These need `Initialize(true)` and don't check it: without tagging resources every word's tag is
+  // empty.
 
+  /// Segments and tags one line; std::out_of_range when it is blank.
+  void TagSentence(std::string& in, std::string& out);
+  /// Segments and tags a file line by line, with progress on the standard output.
+  void TagFile(const std::string& inPath, const std::string& outPath);
+  /// Tags a file that is already segmented, line by line, with progress on the standard error
+  /// stream. False when it cannot be opened.
+  bool PosFile(const std::string& inPath, const std::string& outPath);
+
+ private:
+  /// Was tagging asked of `Initialize`? Reports it if not.
+  bool CheckPosReady() const;
+
+  /// The loop of `TagFile` and `PosFile`. False, with a report, when the input cannot be opened.
+  template <class Process>
+  static bool ProcessFile(const std::string& inPath, const std::string& outPath,
+                          std::ostream& report, const Process& process);
+
+  bool _posReady = false;  ///< was tagging asked of `Initialize`?
   std::unique_ptr<CharType> _charType;
   std::unique_ptr<SegScore> _segScore;
+  std::unique_ptr<PosScore> _posScore;
   std::unique_ptr<Segmentor> _segmentor;
+  std::unique_ptr<PosTagger> _posTagger;
 };
 
 }  // namespace Tolvek

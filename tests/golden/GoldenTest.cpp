@@ -1,22 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs the program as a user does and compares everything that it gives - exit status, standard
-// output, standard error, output file - with a golden file, byte for byte. The number of seconds in
-// the timing line is the only thing that is masked.
-#include <fcntl.h>
-
-#include <algorithm>
+// The command line and the segmentation task.
 #include <filesystem>
-#include <sstream>
 
-#include "unit/Scratch.h"
+#include "golden/Golden.h"
 #include "unit/SegKnowledge.h"
 
 namespace Tolvek {
 namespace {
 
-using Arguments = std::vector<std::string>;
-
-class Golden : public Scratch {
+class SegmentationGolden : public Golden {
  protected:
   static void WriteResources() {
     SegKnowledge knowledge;
@@ -32,69 +24,6 @@ class Golden : public Scratch {
                         kWo + kMen + kStop + "(" + kWo + kMen + ")\n" +      //
                         "abx" + kStop + "\n123" + kStop + "\n" +             //
                         kWo + kMen + kWideSpace + kWo + kMen);
-  }
-
-  /// Runs the program and gives all that it does as one text.
-  static std::string Run(const Arguments& arguments) {
-    const int status = Execute(arguments);
-    std::string report = "status " + std::to_string(status) + "\n";
-    report += "--- standard output\n" + Masked(ReadText("stdout"));
-    report += "--- standard error\n" + ReadText("stderr");
-    report += Exists("out") ? "--- output file\n" + ReadText("out") : "--- no output file\n";
-    return report + "--- end\n";
-  }
-
-  /// Runs the program with its streams in the files "stdout" and "stderr"; its exit status.
-  static int Execute(const Arguments& arguments) {
-    std::vector<std::string> texts{TOLVEK_PROGRAM};
-    texts.insert(texts.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& text : texts) argv.push_back(text.data());
-    argv.push_back(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      Redirect("stdout", STDOUT_FILENO);
-      Redirect("stderr", STDERR_FILENO);
-      ::execv(argv[0], argv.data());
-      ::_exit(127);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WEXITSTATUS(status);
-  }
-
-  static std::string Expected(const std::string& name) {
-    return ReadText(GOLDEN_DIR "/" + name + ".expected");
-  }
-
-  /// The files in the working directory.
-  static std::vector<std::string> Files() {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(".")) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
- private:
-  static void Redirect(const char* path, int descriptor) {
-    ::dup2(::open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600), descriptor);
-  }
-
-  /// Masks the number of seconds, if it is written as a stream writes a number by default.
-  static std::string Masked(std::string text) {
-    const std::string before = "It takes ";
-    const std::size_t start = text.find(before);
-    if (start == std::string::npos) return text;
-    const std::size_t begin = start + before.size();
-    const std::size_t end = text.find(" secs.\n", begin);
-    if (end == std::string::npos) return text;
-    std::ostringstream seconds;
-    seconds << std::strtod(text.c_str() + begin, nullptr);
-    return seconds.str() == text.substr(begin, end - begin) ? text.replace(begin, end - begin, "#")
-                                                            : text;
   }
 };
 
@@ -138,7 +67,7 @@ TEST_F(Golden, Version) {
   }
 }
 
-TEST_F(Golden, Segmentation) {
+TEST_F(SegmentationGolden, Segmentation) {
   WriteResources();
   WriteInput();
   for (const Arguments& arguments :
@@ -159,69 +88,69 @@ TEST_F(Golden, Segmentation) {
   EXPECT_FALSE(Exists("elsewhere"));
 }
 
-TEST_F(Golden, AnExistingOutputIsReplaced) {
+TEST_F(SegmentationGolden, AnExistingOutputIsReplaced) {
   WriteResources();
   WriteInput();
   WriteText("out", Repeat("something longer\n", 100));
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("segmentation"));
 }
 
-TEST_F(Golden, EmptyInput) {
+TEST_F(SegmentationGolden, EmptyInput) {
   WriteResources();
   WriteText("in", "");
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("empty-input"));
 }
 
-TEST_F(Golden, BlankLines) {
+TEST_F(SegmentationGolden, BlankLines) {
   WriteResources();
   WriteText("in", "\n \t \n\r\n");
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("blank-lines"));
 }
 
-TEST_F(Golden, MissingInput) {
+TEST_F(SegmentationGolden, MissingInput) {
   WriteResources();
   EXPECT_EQ(Run({"-i", "nofile", "-o", "out"}), Expected("missing-input"));
 }
 
-TEST_F(Golden, AnOptionAsValue) {
+TEST_F(SegmentationGolden, AnOptionAsValue) {
   WriteResources();
   EXPECT_EQ(Run({"-i", "-v", "-o", "out"}), Expected("option-as-value"));
 }
 
-TEST_F(Golden, OutputThatCannotBeWritten) {
+TEST_F(SegmentationGolden, OutputThatCannotBeWritten) {
   WriteResources();
   WriteInput();
   EXPECT_EQ(Run({"-i", "in", "-o", "nowhere/out"}), Expected("output-not-writable"));
 }
 
-TEST_F(Golden, MissingCharacters) {
+TEST_F(SegmentationGolden, MissingCharacters) {
   WriteResources();
   WriteInput();
   std::filesystem::remove("data/binarySource");
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("missing-characters"));
 }
 
-TEST_F(Golden, MissingLanguageModel) {
+TEST_F(SegmentationGolden, MissingLanguageModel) {
   WriteResources();
   WriteInput();
   std::filesystem::remove("data/binarySegLM");
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("missing-lm"));
 }
 
-TEST_F(Golden, MissingModel) {
+TEST_F(SegmentationGolden, MissingModel) {
   WriteResources();
   WriteInput();
   std::filesystem::remove("data/binarySegModel");
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("missing-model"));
 }
 
-TEST_F(Golden, ProgressOf250Lines) {
+TEST_F(SegmentationGolden, ProgressOf250Lines) {
   WriteResources();
   WriteText("in", Repeat("\n", 250));
   EXPECT_EQ(Run({"-i", "in", "-o", "out"}), Expected("progress-250"));
 }
 
-TEST_F(Golden, ProgressOf5000Lines) {
+TEST_F(SegmentationGolden, ProgressOf5000Lines) {
   WriteResources();
   WriteText("in", Repeat(kWo + kMen + "\n", 5000));
   const std::string report = Run({"-i", "in", "-o", "out"});
@@ -233,7 +162,7 @@ TEST_F(Golden, ProgressOf5000Lines) {
   EXPECT_EQ(std::string(report).replace(at, all.size(), line), Expected("progress-5000"));
 }
 
-TEST_F(Golden, TextResources) {
+TEST_F(SegmentationGolden, TextResources) {
   // The loaders take the text forms under the same names.
   WriteResources();
   WriteInput();

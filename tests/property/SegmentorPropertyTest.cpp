@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "chinese/Segmentor.h"
+#include "property/Recombine.h"
 #include "unit/Scratch.h"
 #include "unit/SegKnowledge.h"
 
@@ -105,36 +106,6 @@ class PlainSegmentor {
     next.tags.pop_front();
     next.tags.push_back(alt.tag);
     return next;
-  }
-
-  /// Do the histories agree from the given place on?
-  static bool Agree(const State& a, const State& b, std::size_t from) {
-    for (std::size_t i = from; i < a.tags.size(); ++i) {
-      if (a.tags[i] != b.tags[i]) return false;
-    }
-    return true;
-  }
-
-  static void Recombine(Stage& candidates) {
-    std::vector<bool> removed(candidates.size(), false);
-    for (std::size_t i = 0; i < candidates.size(); ++i) {
-      if (removed[i]) continue;
-      for (std::size_t j = i + 1; j < candidates.size(); ++j) {
-        if (removed[j] || !Agree(candidates[i], candidates[j], 1)) continue;
-        if (candidates[j].score > candidates[i].score) {
-          removed[i] = true;
-          break;
-        }
-        if (candidates[i].score > candidates[j].score || Agree(candidates[i], candidates[j], 0)) {
-          removed[j] = true;
-        }
-      }
-    }
-    Stage kept;
-    for (std::size_t i = 0; i < candidates.size(); ++i) {
-      if (!removed[i]) kept.push_back(candidates[i]);
-    }
-    candidates = kept;
   }
 
   /// The letters of the best path; false when there is none.
