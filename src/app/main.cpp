@@ -11,6 +11,7 @@
 
 #include "chinese/LexSegPos.h"
 #include "common/Globals.h"
+#include "english/LexEngPos.h"
 
 namespace {
 
@@ -82,13 +83,17 @@ bool RunChinese(const Options& options) {
   return true;
 }
 
-/// Runs the task: false when its resources do not load.
-bool Run(const Options& options) {
-  if (options.task == "tok" || options.task == "tokpos") {
-    std::cerr << "This version has no English tasks yet." << std::endl;
-    return false;
+/// The same for an English task.
+bool RunEnglish(const Options& options) {
+  const bool tags = options.task == "tokpos";
+  Tolvek::LexEngPos lexer;
+  if (!lexer.Initialize(tags)) return false;
+  if (tags) {
+    lexer.EngTagFile(options.input, options.output, false);
+  } else {
+    lexer.EngTokenFile(options.input, options.output);
   }
-  return RunChinese(options);
+  return true;
 }
 
 }  // namespace
@@ -99,7 +104,8 @@ int main(int argc, char** argv) {
 
   const std::clock_t start = std::clock();
   std::cerr << Tolvek::g_copyright << Tolvek::g_version << std::endl;
-  if (!Run(*options)) {
+  const bool isEnglish = options->task == "tok" || options->task == "tokpos";
+  if (!(isEnglish ? RunEnglish(*options) : RunChinese(*options))) {
     std::cerr << "Initialize error" << std::endl;
     return kFailure;
   }
