@@ -39,9 +39,7 @@ int main(int argc, char** argv) {
   train->require_subcommand(1);
   Tolvek::AddTrainChars(*train, action);
   Tolvek::AddTrainSeg(*train, action);
-  auto* eval = app.add_subcommand("eval", "Compare output with a gold standard");
-  eval->require_subcommand(1);
-  Tolvek::AddEvalSeg(*eval, action);
+  Tolvek::AddEval(app, action);
   Tolvek::AddConvert(app, action);
   Tolvek::AddText(app, action);
 

@@ -31,7 +31,8 @@ class Commands : public Workplace {
 
 TEST_F(Commands, HelpGoesToTheStandardOutput) {
   for (const char* command : {"", "train", "train chars", "train seg", "eval", "eval seg",
-                              "convert", "convert me", "convert lm", "convert chars", "text"}) {
+                              "eval pos", "eval segpos", "eval tok", "eval tokpos", "convert",
+                              "convert me", "convert lm", "convert chars", "text"}) {
     EXPECT_EQ(Run(std::string(command) + " --help"), 0) << command;
     EXPECT_NE(_out.find("Usage: tvk"), std::string::npos) << command;
     EXPECT_EQ(_err, "") << command;
@@ -43,7 +44,8 @@ TEST_F(Commands, HelpGoesToTheStandardOutput) {
 TEST_F(Commands, WrongUsageGetsTwoLinesAndStatus2) {
   for (const char* arguments :
        {"", "nonsense", "train", "train seg", "train seg --corpus a --out b --l2 -1",
-        "train seg --corpus a --out b --smoothing none", "eval seg a", "convert me a",
+        "train seg --corpus a --out b --smoothing none", "eval seg a", "eval tok a",
+        "eval pos a b --output-tagging tagged", "eval tokpos a b --encoding gbk", "convert me a",
         "text a --to latin", "text a b"}) {
     EXPECT_EQ(Run(arguments), 2) << arguments;
     EXPECT_EQ(_out, "") << arguments;
@@ -56,9 +58,11 @@ TEST_F(Commands, WrongUsageGetsTwoLinesAndStatus2) {
 }
 
 TEST_F(Commands, FailuresNameTheFileAndGiveStatus1) {
-  for (const char* arguments : {"eval seg none none", "convert me none b", "convert lm none b",
-                                "convert chars b", "text none", "train chars --lists none --out b",
-                                "train seg --corpus none --chars none --out folder"}) {
+  for (const char* arguments :
+       {"eval seg none none", "eval pos none none", "eval segpos none none", "eval tok none none",
+        "eval tokpos none none", "convert me none b", "convert lm none b", "convert chars b",
+        "text none", "train chars --lists none --out b",
+        "train seg --corpus none --chars none --out folder"}) {
     EXPECT_EQ(Run(arguments), 1) << arguments;
     EXPECT_NE(_err, "") << arguments;
     EXPECT_FALSE(std::filesystem::exists("b")) << arguments;
@@ -119,6 +123,115 @@ TEST_F(Commands, EvalReportsGbkAgainstUtf8) {
   Put("out", "\xCE\xD2 \xD6\xD0\n");
   EXPECT_EQ(Run("eval seg gold out"), 1);
   EXPECT_TRUE(_err.starts_with("tvk: out:1: the text differs")) << _err;
+}
+
+TEST_F(Commands, EvalPosReportsTags) {
+  Put("gold", "我/A 中国/B 😀/C\n\n·// 的/D\n");
+  Put("out", "\xCE\xD2/ \xD6\xD0\xB9\xFA/ \xA1\xFE/ \n\n\xA1\xA4// \xB5\xC4/D \n");
+  Put("train", "我 中国\n");
+  EXPECT_EQ(Run("eval pos gold out"), 0) << _err;
+  EXPECT_EQ(_out,
+            "lines                    3\n"
+            "words                    5\n"
+            "correct tags             2\n"
+            "tag accuracy             40.00\n"
+            "\n"
+            "gold    output  count\n"
+            "A       (none)  1\n"
+            "B       (none)  1\n"
+            "C       (none)  1\n");
+  EXPECT_EQ(Run("eval pos gold out --train train"), 0) << _err;
+  EXPECT_NE(_out.find("tag accuracy             40.00\n"
+                      "unknown words            3\n"
+                      "tag accuracy of unknown  66.67\n"
+                      "tag accuracy of known    0.00\n"
+                      "\n"),
+            std::string::npos)
+      << _out;
+  Put("out", "我/A 中/B 国/B\n");
+  EXPECT_EQ(Run("eval pos gold out"), 1);
+  EXPECT_EQ(_err,
+            "tvk: out:1: the text differs from line 1 of gold: \"中国\" expected at word 2, found "
+            "\"中\"\n");
+  Put("gold", "我/A 中国\n");
+  EXPECT_EQ(Run("eval pos gold out"), 1);
+  EXPECT_EQ(_err, "tvk: gold:1: WORD/TAG expected, found \"中国\"\n");
+}
+
+TEST_F(Commands, EvalSegposReportsWordsAndTags) {
+  Put("gold", "我/A 中国/B 人/B 的/C\n");
+  Put("out", "\xCE\xD2/A \xD6\xD0/B \xB9\xFA/B \xC8\xCB/C \xB5\xC4/D \n");
+  Put("train", "我/A 人/B\n");
+  EXPECT_EQ(Run("eval segpos gold out --train train"), 0) << _err;
+  EXPECT_EQ(_out,
+            "lines                    1\n"
+            "gold words               4\n"
+            "output words             5\n"
+            "correct words            3\n"
+            "precision                60.00\n"
+            "recall                   75.00\n"
+            "F1                       66.67\n"
+            "unknown gold words       2\n"
+            "recall of unknown words  50.00\n"
+            "recall of known words    100.00\n"
+            "correctly tagged words   1\n"
+            "joint precision          20.00\n"
+            "joint recall             25.00\n"
+            "joint F1                 22.22\n"
+            "tag accuracy             33.33\n"
+            "joint recall of unknown  0.00\n"
+            "joint recall of known    50.00\n"
+            "\n"
+            "gold    output  count\n"
+            "B       C       1\n"
+            "C       D       1\n");
+}
+
+TEST_F(Commands, EvalTokReportsTokens) {
+  Put("gold", "Do/VB n't/RB go/VB ./.\n\ndéjà/FW vu/FW\n");
+  Put("out", "Do n't go.\n\nd\xE9j\xE0 vu\n");
+  EXPECT_EQ(Run("eval tok gold out"), 0) << _err;
+  EXPECT_EQ(_out,
+            "lines                    2\n"
+            "gold tokens              6\n"
+            "output tokens            5\n"
+            "correct tokens           4\n"
+            "precision                80.00\n"
+            "recall                   66.67\n"
+            "F1                       72.73\n");
+  EXPECT_EQ(Run("eval tok gold gold --train out"), 0) << _err;
+  EXPECT_NE(_out.find("unknown gold tokens      2\n"
+                      "recall of unknown tokens 100.00\n"
+                      "recall of known tokens   100.00\n"),
+            std::string::npos)
+      << _out;
+}
+
+TEST_F(Commands, EvalTokposSkipsBlankLines) {
+  Put("gold", "Do/VB n't/RB\n\ngo/LONGTAG home/NN ./.\n");
+  Put("out", "Do/VB n't/RB \ngo/NN home./NN \n");
+  EXPECT_EQ(Run("eval tokpos gold out --train out"), 0) << _err;
+  EXPECT_EQ(_out,
+            "lines                    2\n"
+            "gold tokens              5\n"
+            "output tokens            4\n"
+            "correct tokens           3\n"
+            "precision                75.00\n"
+            "recall                   60.00\n"
+            "F1                       66.67\n"
+            "unknown gold tokens      2\n"
+            "recall of unknown tokens 0.00\n"
+            "recall of known tokens   100.00\n"
+            "correctly tagged tokens  2\n"
+            "joint precision          50.00\n"
+            "joint recall             40.00\n"
+            "joint F1                 44.44\n"
+            "tag accuracy             66.67\n"
+            "joint recall of unknown  0.00\n"
+            "joint recall of known    66.67\n"
+            "\n"
+            "gold     output   count\n"
+            "LONGTAG  NN       1\n");
 }
 
 TEST_F(Commands, TrainedModelsAreComplete) {

@@ -53,6 +53,28 @@ TEST_F(CorpusFile, ReadsWordsThatOnlyLookTagged) {
             (Words{"a/b"}));
 }
 
+TEST_F(CorpusFile, ATaggersOutputMayLackTags) {
+  Put("c", "a/X ·// //\n//Y b/ a/X\nhttp:/// ok/\n1/2/\n");
+  const Corpus corpus = ReadCorpus("c", Encoding::kAuto, Tagging::kTagged, EmptyTags::kAllowed);
+  EXPECT_EQ(corpus.sentences[0].words, (Words{"a", "·", "/"}));
+  EXPECT_EQ(corpus.sentences[0].tags, (Words{"X", "/", ""}));
+  EXPECT_EQ(corpus.sentences[1].words, (Words{"/", "b", "a"}));
+  EXPECT_EQ(corpus.sentences[1].tags, (Words{"Y", "", "X"}));
+  EXPECT_EQ(corpus.sentences[2].words, (Words{"http://", "ok"}));
+  EXPECT_EQ(corpus.sentences[2].tags, (Words{"", ""}));
+  EXPECT_EQ(corpus.sentences[3].words, (Words{"1/2"}));
+  EXPECT_EQ(corpus.sentences[3].tags, (Words{""}));
+  EXPECT_EQ(FailureOf([] { ReadCorpus("c", Encoding::kAuto, Tagging::kTagged); }),
+            "c:1: WORD/TAG expected, found \"//\"");
+  for (const char* item : {"word", "/", "a/ /", "/A"}) {
+    Put("d", item);
+    EXPECT_NE(
+        FailureOf([] { ReadCorpus("d", Encoding::kAuto, Tagging::kTagged, EmptyTags::kAllowed); }),
+        "")
+        << item;
+  }
+}
+
 TEST_F(CorpusFile, ReadsGbk) {
   Put("c", "\xD6\xD0/A \xB9\xFA/B\n");
   EXPECT_EQ(ReadCorpus("c", Encoding::kAuto, Tagging::kAuto).sentences[0].words,

@@ -61,6 +61,13 @@ TEST(DecodeToUtf8, ChoosesByTheBytes) {
   EXPECT_EQ(DecodeToUtf8("f", "\xD6\xD0\n", Encoding::kGbk), "中\n");
 }
 
+TEST(DecodeToUtf8, ReadsEnglishOfOneByteACharacter) {
+  EXPECT_EQ(DecodeToUtf8("f", "déjà\n", Encoding::kAutoEnglish), "déjà\n");
+  EXPECT_EQ(DecodeToUtf8("f", "d\xE9j\xE0\n", Encoding::kAutoEnglish), "déjà\n");
+  EXPECT_EQ(DecodeToUtf8("f", "\x80\x80\n", Encoding::kAutoEnglish), "€€\n");
+  EXPECT_EQ(DecodeToUtf8("f", "\xC3\xA9\n", Encoding::kWindows1252), "Ã©\n");
+}
+
 class DecodeFailure : public Workplace {};
 
 TEST_F(DecodeFailure, NamesFileAndLine) {
@@ -70,6 +77,12 @@ TEST_F(DecodeFailure, NamesFileAndLine) {
   EXPECT_TRUE(failure("ok\n\xD6\xD0\n", Encoding::kUtf8).starts_with("some.txt:2: "));
   EXPECT_TRUE(failure("ok\nok\n\x80\n", Encoding::kGbk).starts_with("some.txt:3: "));
   EXPECT_TRUE(failure("\xFF\n", Encoding::kAuto).starts_with("some.txt:1: "));
+  EXPECT_EQ(failure("ok\n\x81\n", Encoding::kAutoEnglish),
+            "some.txt:2: malformed WINDOWS-1252 (the file as a whole is not UTF-8, so it is read "
+            "as WINDOWS-1252; see --encoding)");
+  EXPECT_EQ(failure("\x81\n", Encoding::kWindows1252),
+            "some.txt:1: malformed WINDOWS-1252 (is the file in another encoding? see "
+            "--encoding)");
 }
 
 }  // namespace

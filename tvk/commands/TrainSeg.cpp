@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <thread>
 
 #include "chinese/SegScore.h"
@@ -16,6 +15,7 @@
 #include "tvk/evaluate/SegEvaluation.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/train/ModelFiles.h"
 #include "tvk/train/SegTrainer.h"
 
 namespace Tolvek {
@@ -35,19 +35,6 @@ struct Options {
   Tagging tagging = Tagging::kAuto;
   SegTrainerOptions recipe;
 };
-
-/// Checks that a number is at least `least`.
-CLI::Validator AtLeast(double least) {
-  return CLI::Validator(
-      [least](const std::string& given) {
-        double value = 0;
-        const bool isFine = CLI::detail::lexical_cast(given, value) && value >= least;
-        std::ostringstream message;
-        message << "a number of at least " << least << " expected, found \"" << given << "\"";
-        return isFine ? std::string() : message.str();
-      },
-      "");
-}
 
 /// Segments a corpus with the written models as the program would, and compares.
 SegCounts EvaluateWritten(const CharType& characters, const std::string& lmPath,
@@ -72,18 +59,6 @@ SegCounts EvaluateWritten(const CharType& characters, const std::string& lmPath,
     CompareSentence(sentence.words, words, known, counts, difference);
   }
   return counts;
-}
-
-/// Runs a converter of the core, which reads a file: the text, beside the binary file it becomes.
-template <class Convert>
-bool ByWayOfText(const std::string& content, const std::string& binaryPath,
-                 const Convert& convert) {
-  const std::string path = binaryPath + ".txt";
-  WriteWholeFile(path, content);
-  const bool converted = convert(path);
-  std::error_code ignored;
-  std::filesystem::remove(path, ignored);
-  return converted;
 }
 
 void Run(const Options& options) {
@@ -122,17 +97,8 @@ void Run(const Options& options) {
   }
 
   const SegModels models = trainer.Train();
-  WriteBeside(mePath, [&](const std::string& beside) {
-    return ByWayOfText(models.meText, beside, [&](const std::string& text) {
-      return MeModel().ConvertToBinaryModel(text, beside) == 1;
-    });
-  });
-  WriteBeside(lmPath, [&](const std::string& beside) {
-    return ByWayOfText(models.lmArpa, beside, [&](const std::string& text) {
-      Vocab vocab;
-      return Ngram(&vocab, 2).ConvertToBinaryFile(text.c_str(), beside.c_str()) == 1;
-    });
-  });
+  WriteMaxEntModel(mePath, models.meText);
+  WriteLanguageModel(lmPath, models.lmArpa);
   if (options.text) {
     WriteWholeFile(inFolder("segModel.txt"), models.meText);
     WriteWholeFile(inFolder("segLM.arpa"), models.lmArpa);
@@ -183,13 +149,8 @@ void AddTrainSeg(CLI::App& parent, Action& action) {
 
   const std::string fit = "Fit of the tag model";
   const auto number = [&](const std::string& group, const std::string& name, auto& value,
-                          const std::string& help, double least) {
-    command->add_option(name, value, help)
-        ->check(AtLeast(least))
-        ->type_name("NUMBER")
-        ->group(group)
-        ->capture_default_str();
-  };
+                          const std::string& help,
+                          double least) { AddNumber(*command, group, name, value, help, least); };
   number(fit, "--l2", recipe.fit.l2, "Penalty (L2 / 2) * |w|^2 of the whole-path fits", 0);
   AddChoice(*command, "--first-fit", recipe.firstFit, FirstFitNames(),
             "What the weights that first segment the raw text are fitted to")

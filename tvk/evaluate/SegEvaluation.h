@@ -2,12 +2,13 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <functional>
 #include <string>
-#include <string_view>
 #include <unordered_set>
 #include <vector>
 
+#include "tvk/evaluate/Matching.h"
+#include "tvk/evaluate/Ratio.h"
 #include "tvk/train/Corpus.h"
 
 namespace Tolvek {
@@ -23,9 +24,6 @@ struct SegCounts {
   std::size_t unknownCorrect = 0;  ///< those of them that are correct
 };
 
-/// Nothing where the denominator is 0.
-using Ratio = std::optional<double>;
-
 Ratio Precision(const SegCounts& counts);
 Ratio Recall(const SegCounts& counts);
 /// The harmonic mean of both; nothing when one is undefined or both are 0.
@@ -33,18 +31,20 @@ Ratio F1(const SegCounts& counts);
 Ratio UnknownRecall(const SegCounts& counts);
 Ratio KnownRecall(const SegCounts& counts);
 
-/// Percent with two decimals, or "undefined".
-std::string ShowRatio(const Ratio& ratio);
-
 using WordSet = std::unordered_set<std::string>;
 
-/// Adds the comparison of one sentence (UTF-8). A geta mark in the output agrees with a gold
-/// character that GBK cannot hold. False, and nothing added, when the texts differ; `difference`
-/// then says where.
+/// Adds one sentence. Of the words that have a match, `isCorrect` says which are correct.
+void AddSentence(const std::vector<std::string>& gold, const Matching& matching,
+                 const WordSet& known, const std::function<bool(const WordMatch&)>& isCorrect,
+                 SegCounts& counts);
+
+/// Adds the comparison of one sentence (UTF-8), as `MatchWords` makes it. False, and nothing added,
+/// when the texts differ; `difference` then says where.
 bool CompareSentence(const std::vector<std::string>& gold, const std::vector<std::string>& output,
                      const WordSet& known, SegCounts& counts, std::string& difference);
 
 /// Compares two corpora line by line; throws `Failure` at the first line whose texts differ.
-SegCounts CompareCorpora(const Corpus& gold, const Corpus& output, const WordSet& known);
+SegCounts CompareCorpora(const Corpus& gold, const Corpus& output, const WordSet& known,
+                         BlankLines blankLines = BlankLines::kPaired);
 
 }  // namespace Tolvek

@@ -38,7 +38,14 @@ std::size_t Utf8Length(std::string_view text) {
 }
 
 const char* IconvName(Encoding encoding) {
-  return encoding == Encoding::kGbk ? "GBK" : "UTF-8";
+  switch (encoding) {
+    case Encoding::kGbk:
+      return "GBK";
+    case Encoding::kWindows1252:
+      return "WINDOWS-1252";
+    default:
+      return "UTF-8";
+  }
 }
 
 /// Has the text a single byte that is neither ASCII nor the lead byte of two?
@@ -57,6 +64,14 @@ bool HasLoneByte(std::string_view gbk) {
 const std::vector<std::pair<std::string, Encoding>>& EncodingNames() {
   static const std::vector<std::pair<std::string, Encoding>> names{
       {"auto", Encoding::kAuto}, {"utf-8", Encoding::kUtf8}, {"gbk", Encoding::kGbk}};
+  return names;
+}
+
+const std::vector<std::pair<std::string, Encoding>>& EnglishEncodingNames() {
+  static const std::vector<std::pair<std::string, Encoding>> names{
+      {"auto", Encoding::kAutoEnglish},
+      {"utf-8", Encoding::kUtf8},
+      {"windows-1252", Encoding::kWindows1252}};
   return names;
 }
 
@@ -96,8 +111,8 @@ std::optional<std::string> Converter::operator()(std::string_view text) const {
   if (_from == Encoding::kUtf8 && !IsUtf8(text)) return std::nullopt;
   if (_from == Encoding::kGbk && HasLoneByte(text)) return std::nullopt;
   if (_from == _to) return std::string(text);
-  // A character of two GBK bytes has at most three in UTF-8.
-  std::string result(2 * text.size(), '\0');
+  // A character of one byte (Windows-1252) or two (GBK) has at most three in UTF-8.
+  std::string result(3 * text.size(), '\0');
   char* in = const_cast<char*>(text.data());  // iconv does not write to it
   char* out = result.data();
   std::size_t inLeft = text.size();
@@ -124,10 +139,11 @@ std::string ToGbkWithMarks(const Converter& toGbk, std::string_view utf8, std::s
 }
 
 std::string DecodeToUtf8(const std::string& path, std::string bytes, Encoding encoding) {
-  const bool isUtf8 = IsUtf8(bytes);
-  if (encoding != Encoding::kGbk && isUtf8) return bytes;
-  const Converter convert(encoding == Encoding::kUtf8 ? Encoding::kUtf8 : Encoding::kGbk,
-                          Encoding::kUtf8);
+  const bool isAuto = encoding == Encoding::kAuto || encoding == Encoding::kAutoEnglish;
+  if ((isAuto || encoding == Encoding::kUtf8) && IsUtf8(bytes)) return bytes;
+  if (encoding == Encoding::kAuto) encoding = Encoding::kGbk;
+  if (encoding == Encoding::kAutoEnglish) encoding = Encoding::kWindows1252;
+  const Converter convert(encoding, Encoding::kUtf8);
   std::string utf8;
   utf8.reserve(bytes.size() * 3 / 2);
   std::size_t number = 0;
@@ -135,13 +151,13 @@ std::string DecodeToUtf8(const std::string& path, std::string bytes, Encoding en
     ++number;
     const auto converted = convert(line);
     if (!converted) {
+      const std::string name = IconvName(encoding);
       throw Failure(
           path, number,
-          encoding == Encoding::kUtf8 ? "malformed UTF-8 (is the file GBK? see --encoding)"
-          : encoding == Encoding::kGbk
-              ? "malformed GBK (is the file UTF-8? see --encoding)"
-              : "malformed GBK (the file as a whole is not UTF-8, so it is read as GBK; see "
-                "--encoding)");
+          "malformed " + name +
+              (isAuto ? " (the file as a whole is not UTF-8, so it is read as " + name + ";"
+                      : " (is the file in another encoding?") +
+              " see --encoding)");
     }
     utf8 += *converted;
     utf8 += '\n';

@@ -10,11 +10,15 @@
 
 namespace Tolvek {
 
-/// How the bytes of a text file stand for characters.
-enum class Encoding { kAuto, kUtf8, kGbk };
+/// How the bytes of a text file stand for characters. `kAuto` and `kAutoEnglish`: UTF-8 if the
+/// whole file is well-formed, else GBK or Windows-1252.
+enum class Encoding { kAuto, kAutoEnglish, kUtf8, kGbk, kWindows1252 };
 
-/// The names of the encodings as options give them: "auto", "utf-8", "gbk".
+/// The names of the encodings of Chinese text as options give them: "auto", "utf-8", "gbk".
 const std::vector<std::pair<std::string, Encoding>>& EncodingNames();
+
+/// Those of English text: "auto", "utf-8", "windows-1252".
+const std::vector<std::pair<std::string, Encoding>>& EnglishEncodingNames();
 
 /// Is this well-formed UTF-8 (no overlong forms, no surrogates, nothing above U+10FFFF)?
 bool IsUtf8(std::string_view text);
@@ -22,12 +26,12 @@ bool IsUtf8(std::string_view text);
 /// The characters of well-formed UTF-8, one text each.
 std::vector<std::string_view> SplitUtf8(std::string_view text);
 
-/// Converts text between UTF-8 and GBK with the C library's tables. GBK here is what the core
-/// reads: ASCII, and characters of two bytes; a character that GBK would give a single byte above
-/// 0x7F is taken as one that it cannot hold. One object serves one thread.
+/// Converts text between UTF-8 and GBK or Windows-1252 with the C library's tables. GBK here is
+/// what the core reads: ASCII, and characters of two bytes; a character that GBK would give a
+/// single byte above 0x7F is taken as one that it cannot hold. One object serves one thread.
 class Converter {
  public:
-  /// Both `kUtf8` or `kGbk`; equal ones only check the text.
+  /// No `kAuto`s; equal ones only check the text.
   Converter(Encoding from, Encoding to);
   ~Converter();
   Converter(const Converter&) = delete;
@@ -50,8 +54,8 @@ inline constexpr std::string_view kGetaMark = "\u3013";
 /// and is counted.
 std::string ToGbkWithMarks(const Converter& toGbk, std::string_view utf8, std::size_t& marks);
 
-/// The text in UTF-8, with `kAuto` chosen by `IsUtf8`. Throws `Failure` that names the file and the
-/// first line that is malformed.
+/// The text in UTF-8, with the `kAuto`s chosen by `IsUtf8`. Throws `Failure` that names the file
+/// and the first line that is malformed.
 std::string DecodeToUtf8(const std::string& path, std::string bytes, Encoding encoding);
 
 }  // namespace Tolvek

@@ -37,12 +37,23 @@ struct Corpus {
 /// the tag "/". False when the item has no such slash, or nothing before it.
 bool SplitItem(std::string_view item, std::string_view& word, std::string_view& tag);
 
+/// May words of a tagged corpus lack their tag? A tagger's output has "WORD/" where it found none,
+/// which is so for a whole line.
+enum class EmptyTags { kRefused, kAllowed };
+
 /// Reads a corpus. Throws `Failure` naming the file, the line and what was expected.
-Corpus ReadCorpus(const std::string& path, Encoding encoding, Tagging tagging);
+Corpus ReadCorpus(const std::string& path, Encoding encoding, Tagging tagging,
+                  EmptyTags emptyTags = EmptyTags::kRefused);
 
 /// The running text of a sentence (UTF-8): the words joined, with one blank between two of them
 /// when the first ends and the second begins with an ASCII letter.
 std::string RunningText(const std::vector<std::string>& words);
+
+/// Every character of white space that raw text uses between words, as one blank.
+std::string BlankSpaces(std::string_view utf8);
+
+/// The running text of a line whose blanks mean nothing but between two Latin letters.
+std::string RunningTextOfLine(std::string_view utf8);
 
 /// Are these words written with a blank between them?
 bool NeedsBlank(std::string_view first, std::string_view second);

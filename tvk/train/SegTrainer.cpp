@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 #include <numbers>
 #include <numeric>
@@ -15,6 +14,7 @@
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
 #include "tvk/text/Parallel.h"
+#include "tvk/train/LoggedFit.h"
 
 namespace Tolvek {
 
@@ -22,31 +22,6 @@ namespace {
 
 constexpr std::string_view kSentenceBegin = "B_0";
 constexpr std::string_view kSentenceEnd = "E_0";
-
-std::string Show(const char* format, double value) {
-  std::array<char, 48> text;
-  std::snprintf(text.data(), text.size(), format, value);
-  return text.data();
-}
-
-/// Every character of white space that raw text uses between words, as one blank.
-std::string BlankSpaces(std::string_view utf8) {
-  static constexpr std::array<std::string_view, 4> kSpaces{"\u3000", "\u00A0", "\uFEFF", "\u200B"};
-  std::string text;
-  for (const std::string_view character : SplitUtf8(utf8)) {
-    const bool isSpace = std::find(kSpaces.begin(), kSpaces.end(), character) != kSpaces.end();
-    text += isSpace ? " " : character;
-  }
-  return text;
-}
-
-/// The running text of a line whose blanks mean nothing but between two Latin letters.
-std::string RunningTextOfLine(std::string_view utf8) {
-  const std::string line = BlankSpaces(utf8);
-  std::vector<std::string> pieces;
-  for (const std::string_view piece : SplitAtBlanks(line)) pieces.emplace_back(piece);
-  return RunningText(pieces);
-}
 
 std::vector<TagSet> AllAllowedTags(const SegAlphabet& alphabet, const CharIds& sentence) {
   std::vector<TagSet> allowed;
@@ -228,26 +203,12 @@ void SegTrainer::BuildFeatures() {
 
 void SegTrainer::Fit(const std::string& name, const Objective& objective,
                      const FitOptions& options) {
-  _log.Begin(name, options.iterations);
-  // From zero: a fit that stops early then stays on the careful side, and does not inherit the
-  // certainty of a fit beside another language model.
-  std::fill(_weights.begin(), _weights.end(), 0.0);
-  double logLikelihood = 0;
-  int iterations = 0;
-  const auto report = [&](const FitProgress& progress) {
-    iterations = progress.iteration;
-    logLikelihood = progress.logLikelihood;
-    std::string figures = "log-likelihood " + Show("%.1f", progress.logLikelihood) +
-                          ", gradient norm " + Show("%.2f", progress.gradientNorm);
-    if (_options.reportEvery > 0 && progress.iteration % _options.reportEvery == 0) {
-      figures += FiguresOnDevelopment(progress.weights);
-    }
-    _log.Iteration(progress.iteration, figures);
+  const auto figures = [&](int iteration, std::span<const double> weights) {
+    const int every = _options.reportEvery;
+    const bool isDue = iteration == 0 || (every > 0 && iteration % every == 0);
+    return isDue ? FiguresOnDevelopment(weights) : "";
   };
-  const std::string remark = _fitter->Fit(objective, options, report, _weights);
-  _log.End("log-likelihood " + Show("%.1f", logLikelihood) + " after " +
-           std::to_string(iterations) + " iterations" + FiguresOnDevelopment(_weights) +
-           (remark.empty() ? "" : "; " + remark));
+  LoggedFit(*_fitter, name, objective, options, figures, _log, _weights);
 }
 
 void SegTrainer::FitPositions() {

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <memory>
+#include <sstream>
+
+#include "tvk/commands/Command.h"
+#include "tvk/commands/Options.h"
+#include "tvk/evaluate/TagEvaluation.h"
+#include "tvk/text/Files.h"
+
+namespace Tolvek {
+
+namespace {
+
+/// A task of the program, as far as judging its output differs from that of the others.
+struct Task {
+  std::string name;
+  std::string help;    ///< one line: what is compared
+  std::string output;  ///< what OUTPUT is
+  bool segments;       ///< its words are its own; else they are those of its input
+  bool tags;
+  bool isEnglish;
+
+  std::string Word() const { return isEnglish ? "token" : "word"; }
+  std::string Words() const { return Word() + "s"; }
+  /// The English tagger writes nothing for a blank line.
+  BlankLines Blanks() const { return isEnglish ? BlankLines::kSkipped : BlankLines::kPaired; }
+};
+
+const std::array<Task, 5>& Tasks() {
+  static const std::array<Task, 5> tasks{{
+      {"seg", "Compare a segmentation with a gold one", "The segmentation to judge", true, false,
+       false},
+      {"pos", "Compare the tags of a tagged text with gold ones", "The same words, tagged", false,
+       true, false},
+      {"segpos", "Compare words and tags of a text with gold ones", "The words and tags to judge",
+       true, true, false},
+      {"tok", "Compare English tokens with gold ones", "The tokens to judge", true, false, true},
+      {"tokpos", "Compare English tokens and their tags with gold ones",
+       "The tokens and tags to judge", true, true, true},
+  }};
+  return tasks;
+}
+
+struct Options {
+  std::string gold;
+  std::string output;
+  std::vector<std::string> training;
+  Encoding encoding = Encoding::kAuto;
+  Tagging tagging = Tagging::kAuto;
+  Tagging outputTagging = Tagging::kAuto;
+};
+
+class Report {
+ public:
+  explicit Report(bool isTrained) : _isTrained(isTrained) {}
+
+  template <class Value>
+  void Line(const std::string& name, const Value& value) {
+    _text << std::left << std::setw(25) << name << value << '\n';
+  }
+
+  void Lines(const SegCounts& counts) { Line("lines", counts.sentences); }
+
+  void Words(const SegCounts& counts, const std::string& words) {
+    Line("gold " + words, counts.goldWords);
+    Line("output " + words, counts.outputWords);
+    Line("correct " + words, counts.correctWords);
+    Ratios(counts, "");
+    if (!_isTrained) return;
+    Line("unknown gold " + words, counts.unknownGold);
+    Line("recall of unknown " + words, ShowRatio(UnknownRecall(counts)));
+    Line("recall of known " + words, ShowRatio(KnownRecall(counts)));
+  }
+
+  void WordsAndTags(const TagCounts& counts, const std::string& words) {
+    Words(counts.words, words);
+    Line("correctly tagged " + words, counts.joint.correctWords);
+    Ratios(counts.joint, "joint ");
+    Line("tag accuracy", ShowRatio(TagAccuracy(counts)));
+    if (!_isTrained) return;
+    Line("joint recall of unknown", ShowRatio(UnknownRecall(counts.joint)));
+    Line("joint recall of known", ShowRatio(KnownRecall(counts.joint)));
+  }
+
+  void Tags(const TagCounts& counts) {
+    Line("words", counts.words.goldWords);
+    Line("correct tags", counts.joint.correctWords);
+    Line("tag accuracy", ShowRatio(TagAccuracy(counts)));
+    if (!_isTrained) return;
+    Line("unknown words", counts.words.unknownGold);
+    Line("tag accuracy of unknown", ShowRatio(UnknownTagAccuracy(counts)));
+    Line("tag accuracy of known", ShowRatio(KnownTagAccuracy(counts)));
+  }
+
+  void Confusions(const TagCounts& counts) {
+    const auto show = [](const std::string& tag) { return tag.empty() ? "(none)" : tag; };
+    const std::vector<Confusion> worst = WorstConfusions(counts, 10);
+    std::size_t width = std::string("output").size();
+    for (const Confusion& confusion : worst) {
+      width = std::max({width, confusion.gold.size(), show(confusion.output).size()});
+    }
+    const auto row = [&](const std::string& gold, const std::string& output, const auto& count) {
+      const int padded = static_cast<int>(width) + 2;
+      _text << std::setw(padded) << gold << std::setw(padded) << output << count << '\n';
+    };
+    _text << '\n';
+    row("gold", "output", "count");
+    for (const auto& [gold, output, count] : worst) row(gold, show(output), count);
+  }
+
+  std::string Text() const { return _text.str(); }
+
+ private:
+  void Ratios(const SegCounts& counts, const std::string& prefix) {
+    Line(prefix + "precision", ShowRatio(Precision(counts)));
+    Line(prefix + "recall", ShowRatio(Recall(counts)));
+    Line(prefix + "F1", ShowRatio(F1(counts)));
+  }
+
+  bool _isTrained;
+  std::ostringstream _text;
+};
+
+void Run(const Task& task, const Options& options) {
+  WordSet known;
+  for (const std::string& path : options.training) {
+    for (const Sentence& sentence : ReadCorpus(path, options.encoding, options.tagging).sentences) {
+      known.insert(sentence.words.begin(), sentence.words.end());
+    }
+  }
+  const Corpus gold =
+      ReadCorpus(options.gold, options.encoding, task.tags ? Tagging::kTagged : options.tagging);
+  const Corpus output =
+      ReadCorpus(options.output, options.encoding,
+                 task.tags ? Tagging::kTagged : options.outputTagging, EmptyTags::kAllowed);
+  Report report(!options.training.empty());
+  if (!task.tags) {
+    const SegCounts counts = CompareCorpora(gold, output, known, task.Blanks());
+    report.Lines(counts);
+    report.Words(counts, task.Words());
+  } else {
+    if (!task.segments) CompareLines(gold, output, task.Blanks(), HaveSameWords);
+    const TagCounts counts = CompareTaggedCorpora(gold, output, known, task.Blanks());
+    report.Lines(counts.words);
+    if (task.segments) {
+      report.WordsAndTags(counts, task.Words());
+    } else {
+      report.Tags(counts);
+    }
+    report.Confusions(counts);
+  }
+  WriteWholeFile("-", report.Text());
+}
+
+/// What the figures of a task mean.
+std::string Meaning(const Task& task) {
+  std::string text = task.isEnglish ? "Blank lines are left out before lines are paired. " : "";
+  if (task.segments) {
+    text += "A " + task.Word() +
+            " is correct when gold has one with the same begin and end, counted in characters "
+            "without white space. ";
+  } else {
+    text +=
+        "The words of both files must be the same; tag accuracy is the part of them that have the "
+        "right tag. ";
+  }
+  if (task.segments && task.tags) {
+    text +=
+        "The joint figures ask for the right tag besides; tag accuracy is the part of the "
+        "correct " +
+        task.Words() + " that have it. ";
+  }
+  if (task.tags) {
+    text +=
+        "The table at the end counts the ten most frequent pairs of a gold tag and another "
+        "one in its place; (none) stands for WORD/ without a tag, which is wrong. ";
+  }
+  text += "Ratios are percent; \"undefined\" stands for one without a denominator.";
+  if (!task.isEnglish) {
+    text += " A geta mark (U+3013) in OUTPUT agrees with a gold character that GBK cannot hold.";
+  }
+  return text;
+}
+
+void AddTask(CLI::App& parent, const Task& task, Action& action) {
+  auto* command = parent.add_subcommand(task.name, task.help + ", line by line.");
+  const std::string ending = task.isEnglish ? ".txt" : ".gbk";
+  command->footer(Meaning(task) + "\nExit status: 0 compared; 1 a file cannot be read, or the " +
+                  (task.segments ? "texts" : "words") + " of a line differ; 2 wrong usage.\n" +
+                  "Example: tolvek -i dev" + ending + " -o out" + ending + " -t " + task.name +
+                  "; tvk eval " + task.name + " dev.tagged out" + ending + " --train train.tagged");
+  const auto options = std::make_shared<Options>();
+  command
+      ->add_option("GOLD", options->gold,
+                   "The right " + task.Words() + (task.tags ? " and tags" : ", tagged or not"))
+      ->required();
+  command->add_option("OUTPUT", options->output, task.output)->required();
+  command->add_option("--train", options->training,
+                      "Training corpora: " + task.Words() + " they lack and have are told apart");
+  if (task.isEnglish) {
+    options->encoding = Encoding::kAutoEnglish;
+    AddEnglishEncoding(*command, options->encoding);
+  } else {
+    AddEncoding(*command, options->encoding);
+  }
+  AddTagging(*command, "--tagging", options->tagging,
+             task.tags ? "the training corpora" : "GOLD and the training corpora");
+  if (!task.tags) AddTagging(*command, "--output-tagging", options->outputTagging, "OUTPUT");
+  command->callback(
+      [&action, &task, options] { action = [&task, options] { Run(task, *options); }; });
+}
+
+}  // namespace
+
+void AddEval(CLI::App& parent, Action& action) {
+  auto* eval = parent.add_subcommand("eval", "Compare output with a gold standard");
+  eval->require_subcommand(1);
+  for (const Task& task : Tasks()) AddTask(*eval, task, action);
+}
+
+}  // namespace Tolvek
