@@ -39,6 +39,9 @@ int main(int argc, char** argv) {
   train->require_subcommand(1);
   Tolvek::AddTrainChars(*train, action);
   Tolvek::AddTrainSeg(*train, action);
+  Tolvek::AddTrainPos(*train, action);
+  Tolvek::AddTrainAbbtitle(*train, action);
+  Tolvek::AddTrainEngpos(*train, action);
   Tolvek::AddEval(app, action);
   Tolvek::AddConvert(app, action);
   Tolvek::AddText(app, action);

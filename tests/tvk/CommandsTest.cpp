@@ -30,9 +30,10 @@ class Commands : public Workplace {
 };
 
 TEST_F(Commands, HelpGoesToTheStandardOutput) {
-  for (const char* command : {"", "train", "train chars", "train seg", "eval", "eval seg",
-                              "eval pos", "eval segpos", "eval tok", "eval tokpos", "convert",
-                              "convert me", "convert lm", "convert chars", "text"}) {
+  for (const char* command :
+       {"", "train", "train chars", "train seg", "train pos", "train abbtitle", "train engpos",
+        "eval", "eval seg", "eval pos", "eval segpos", "eval tok", "eval tokpos", "convert",
+        "convert me", "convert lm", "convert chars", "text"}) {
     EXPECT_EQ(Run(std::string(command) + " --help"), 0) << command;
     EXPECT_NE(_out.find("Usage: tvk"), std::string::npos) << command;
     EXPECT_EQ(_err, "") << command;
@@ -44,9 +45,10 @@ TEST_F(Commands, HelpGoesToTheStandardOutput) {
 TEST_F(Commands, WrongUsageGetsTwoLinesAndStatus2) {
   for (const char* arguments :
        {"", "nonsense", "train", "train seg", "train seg --corpus a --out b --l2 -1",
-        "train seg --corpus a --out b --smoothing none", "eval seg a", "eval tok a",
-        "eval pos a b --output-tagging tagged", "eval tokpos a b --encoding gbk", "convert me a",
-        "text a --to latin", "text a b"}) {
+        "train seg --corpus a --out b --smoothing none", "train pos --out b",
+        "train engpos --corpus a --out b --template 2:3", "train abbtitle", "eval seg a",
+        "eval tok a", "eval pos a b --output-tagging tagged", "eval tokpos a b --encoding gbk",
+        "convert me a", "text a --to latin", "text a b"}) {
     EXPECT_EQ(Run(arguments), 2) << arguments;
     EXPECT_EQ(_out, "") << arguments;
     EXPECT_EQ(Lines(_err), 2U) << arguments << '\n' << _err;
@@ -62,7 +64,10 @@ TEST_F(Commands, FailuresNameTheFileAndGiveStatus1) {
        {"eval seg none none", "eval pos none none", "eval segpos none none", "eval tok none none",
         "eval tokpos none none", "convert me none b", "convert lm none b", "convert chars b",
         "text none", "train chars --lists none --out b",
-        "train seg --corpus none --chars none --out folder"}) {
+        "train seg --corpus none --chars none --out folder",
+        "train pos --corpus none --data none --out folder",
+        "train engpos --corpus none --lists none --out folder",
+        "train abbtitle --separators none --out b"}) {
     EXPECT_EQ(Run(arguments), 1) << arguments;
     EXPECT_NE(_err, "") << arguments;
     EXPECT_FALSE(std::filesystem::exists("b")) << arguments;
@@ -99,6 +104,8 @@ TEST_F(Commands, TextWritesRunningText) {
   Put("c", "我/A New/B York/B\n\U0001F600/C\n");
   EXPECT_EQ(Run("text c"), 0);
   EXPECT_EQ(_out, "我New York\n\U0001F600\n");
+  EXPECT_EQ(Run("text c --words"), 0);
+  EXPECT_EQ(_out, "我 New York\n\U0001F600\n");
   EXPECT_EQ(Run("text c --to gbk -o c.gbk"), 0);
   EXPECT_EQ(Get("c.gbk"), "\xCE\xD2New York\n\xA1\xFE\n");
   EXPECT_NE(_err.find("geta marks (U+3013): 1\n"), std::string::npos) << _err;
@@ -255,6 +262,68 @@ TEST_F(Commands, TrainedModelsAreComplete) {
   EXPECT_EQ(Get("quiet/binarySegModel"), Get("models/binarySegModel"));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator("quiet"), {}), 2)
       << "nothing but the two models is left";
+}
+
+TEST_F(Commands, ATrainedChineseTaggerIsComplete) {
+  PutLists("lists");
+  ASSERT_EQ(Run("train chars --lists lists --out data/binarySource"), 1) << "no such folder";
+  std::filesystem::create_directory("data");
+  ASSERT_EQ(Run("train chars --lists lists --out data/binarySource"), 0) << _err;
+  std::string corpus;
+  for (int i = 0; i < 20; ++i)
+    corpus += "我/PRP 是/VC 中国/NNP 人/NN 。/.\n他/PRP 在/IN 北京/NNP 。/.\n";
+  Put("train", corpus);
+  Put("dev", "他/PRP 是/VC 北京/NNP 人/NN 。/.\n");
+  Put("raw", "他是中国人。\n\n我在北京。\n");
+  ASSERT_EQ(Run("train seg --corpus train --chars data/binarySource --out data --quiet"), 0)
+      << _err;
+  const std::string arguments = "train pos --corpus train --raw raw --data data --dev dev ";
+  EXPECT_EQ(Run(arguments + "--out data --text-form"), 0) << _err;
+  EXPECT_TRUE(Get("data/binaryPosModel").starts_with(g_Model_Header));
+  EXPECT_TRUE(Get("data/binaryPosModel.txt").starts_with("Chinese parts of speech\n"));
+  EXPECT_NE(Get("data/Dict").find("\n\xCE\xD2 20 PRP\n"), std::string::npos);
+  EXPECT_NE(_err.find("tag accuracy on gold words 100.00"), std::string::npos) << _err;
+  EXPECT_NE(_err.find("F1 of words 100.00, of words with tags 100.00"), std::string::npos) << _err;
+  EXPECT_EQ(Run(arguments + "--out again --quiet --threads 3"), 0);
+  EXPECT_EQ(Get("again/binaryPosModel"), Get("data/binaryPosModel"));
+  EXPECT_EQ(Get("again/Dict"), Get("data/Dict"));
+}
+
+TEST_F(Commands, ATrainedEnglishTaggerIsComplete) {
+  Put("separators", "! ?\n");
+  Put("abbreviations", "etc\n");
+  EXPECT_EQ(
+      Run("train abbtitle --separators separators --abbreviations abbreviations --out abbtitle"), 0)
+      << _err;
+  EXPECT_EQ(Get("abbtitle"), "2\n!\n?\n1\netc\n");
+  std::string corpus;
+  std::string text;
+  for (int i = 0; i < 20; ++i) {
+    corpus += "She/PRP did/VBD n't/RB go/VB ./.\nA/DT 15/CD -/HYPH year/NN wait/NN !/.\n";
+    text += "She didn't go.\nA 15-year wait!\n";
+  }
+  Put("train", corpus);
+  Put("text", text);
+  Put("dev", "She/PRP did/VBD go/VB !/.\n");
+  Put("dev-text", "She did go!\n");
+  const std::string arguments =
+      "train engpos --corpus train --text text --raw text --lists abbtitle --dev dev "
+      "--dev-text dev-text ";
+  EXPECT_EQ(Run(arguments + "--out data"), 0) << _err;
+  EXPECT_TRUE(Get("data/binaryEngPosModel").starts_with(g_Model_Header));
+  EXPECT_NE(Get("data/EngDict").find("\nShe 20 PRP\n"), std::string::npos);
+  EXPECT_NE(_err.find("train: 180 tokens of the tokenizer, 160 of them gold tokens"),
+            std::string::npos)
+      << _err;
+  EXPECT_NE(_err.find("F1 of words 100.00, of words with tags 100.00"), std::string::npos) << _err;
+  EXPECT_EQ(Run(arguments + "--out again --quiet --threads 3"), 0);
+  EXPECT_EQ(_err, "");
+  EXPECT_EQ(Get("again/binaryEngPosModel"), Get("data/binaryEngPosModel"));
+
+  Put("text", "one line\n");
+  EXPECT_EQ(Run(arguments + "--out again"), 1);
+  EXPECT_EQ(_err, "tvk: text: 40 lines expected, as in train, found 1\n");
+  EXPECT_EQ(Run("train engpos --corpus train --text text text --lists abbtitle --out again"), 1);
 }
 
 }  // namespace

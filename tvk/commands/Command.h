@@ -16,6 +16,9 @@ using Action = std::function<void()>;
 /// the command line, `action` is set. One file each.
 void AddTrainChars(CLI::App& parent, Action& action);
 void AddTrainSeg(CLI::App& parent, Action& action);
+void AddTrainPos(CLI::App& parent, Action& action);
+void AddTrainEngpos(CLI::App& parent, Action& action);
+void AddTrainAbbtitle(CLI::App& parent, Action& action);
 void AddEval(CLI::App& parent, Action& action);
 void AddConvert(CLI::App& parent, Action& action);
 void AddText(CLI::App& parent, Action& action);

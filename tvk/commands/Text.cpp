@@ -15,6 +15,7 @@ namespace {
 struct Options {
   std::string corpus;
   std::string out = "-";
+  bool words = false;
   Encoding encoding = Encoding::kAuto;
   Encoding target = Encoding::kUtf8;
   Tagging tagging = Tagging::kAuto;
@@ -33,7 +34,8 @@ void Run(const Options& options) {
   std::string text;
   std::size_t marks = 0;
   for (const Sentence& sentence : corpus.sentences) {
-    const std::string line = RunningText(sentence.words);
+    const std::string line =
+        options.words ? SeparatedWords(sentence.words) : RunningText(sentence.words);
     text += options.target == Encoding::kGbk ? ToGbkWithMarks(toGbk, line, marks) : line;
     text += '\n';
   }
@@ -51,13 +53,14 @@ void AddText(CLI::App& parent, Action& action) {
   auto* command = parent.add_subcommand(
       "text",
       "Write the running text of a segmented corpus: its words joined, with one blank between two "
-      "that end and begin with an ASCII letter.\n"
+      "that end and begin with an ASCII letter. Or its words, without tags.\n"
       "Example: tvk text dev.tagged --to gbk -o dev.gbk; tolvek -i dev.gbk -o out.gbk; "
       "tvk eval seg dev.tagged out.gbk");
   const auto options = std::make_shared<Options>();
   command->add_option("CORPUS", options->corpus, "The corpus, tagged or not")->required();
   command->add_option("-o,--out", options->out, "File to write; - is the standard output")
       ->capture_default_str();
+  command->add_flag("--words", options->words, "Write the words, one blank between two");
   AddChoice(*command, "--to", options->target, TargetNames(),
             "Encoding to write; in gbk a character it cannot hold becomes a geta mark");
   AddEncoding(*command, options->encoding);

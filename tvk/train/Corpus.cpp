@@ -110,6 +110,12 @@ std::string RunningText(const std::vector<std::string>& words) {
   return text;
 }
 
+std::string SeparatedWords(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
 std::string BlankSpaces(std::string_view utf8) {
   static constexpr std::array<std::string_view, 4> kSpaces{"\u3000", "\u00A0", "\uFEFF", "\u200B"};
   std::string text;

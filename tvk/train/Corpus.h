@@ -49,6 +49,9 @@ Corpus ReadCorpus(const std::string& path, Encoding encoding, Tagging tagging,
 /// when the first ends and the second begins with an ASCII letter.
 std::string RunningText(const std::vector<std::string>& words);
 
+/// The words with one blank between two.
+std::string SeparatedWords(const std::vector<std::string>& words);
+
 /// Every character of white space that raw text uses between words, as one blank.
 std::string BlankSpaces(std::string_view utf8);
 

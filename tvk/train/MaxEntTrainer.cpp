@@ -30,18 +30,28 @@ struct Search {
   const Objective& objective;
   const FitOptions& options;
   const std::function<void(const FitProgress&)>& report;
-  std::size_t size;  ///< weights; the optimiser pads its vectors beyond them
+  std::vector<double> weights;  ///< at the point in hand
+  std::vector<double> scales;   ///< of the weights: the optimiser's variables times these
   double logLikelihood = 0;
   std::exception_ptr error;
 
+  /// The weights at the optimiser's point `x`.
+  void Take(const double* x) {
+    for (std::size_t p = 0; p < weights.size(); ++p) {
+      weights[p] = scales.empty() ? x[p] : x[p] * scales[p];
+    }
+  }
+
   double Minus(const double* x, double* gradient) {
-    const std::span<const double> weights(x, size);
-    const std::span<double> derivatives(gradient, size);
+    Take(x);
+    const std::span<double> derivatives(gradient, weights.size());
     logLikelihood = trainer.Evaluate(objective, weights, derivatives);
     double squares = 0;
-    for (std::size_t p = 0; p < size; ++p) {
-      squares += weights[p] * weights[p];
-      derivatives[p] = options.l2 * weights[p] - derivatives[p];
+    for (std::size_t p = 0; p < weights.size(); ++p) {
+      const double factor = options.l2Factors.empty() ? 1.0 : options.l2Factors[p];
+      squares += factor * weights[p] * weights[p];
+      derivatives[p] = options.l2 * factor * weights[p] - derivatives[p];
+      if (!scales.empty()) derivatives[p] *= scales[p];
     }
     return options.l2 / 2 * squares - logLikelihood;
   }
@@ -49,7 +59,7 @@ struct Search {
 
 double EvaluateSearch(void* instance, const double* x, double* gradient, int count, double) {
   auto& search = *static_cast<Search*>(instance);
-  std::fill(gradient + search.size, gradient + count, 0.0);
+  std::fill(gradient + search.weights.size(), gradient + count, 0.0);
   try {
     return search.Minus(x, gradient);
   } catch (...) {  // must not pass through the C library
@@ -63,7 +73,8 @@ int ReportSearch(void* instance, const double* x, const double*, double, double,
   auto& search = *static_cast<Search*>(instance);
   if (search.error) return 1;
   try {
-    search.report({iteration, search.logLikelihood, gradientNorm, {x, search.size}});
+    search.Take(x);
+    search.report({iteration, search.logLikelihood, gradientNorm, search.weights});
   } catch (...) {
     search.error = std::current_exception();
     return 1;
@@ -101,21 +112,24 @@ Parameters MakeParameters(const FeatureRows& rows, std::size_t features, int tag
   return parameters;
 }
 
-Objective PositionObjective(std::vector<int> tagOfRow, int tagCount, int threads) {
-  return [tagOfRow = std::move(tagOfRow), tags = static_cast<std::size_t>(tagCount), threads](
-             std::span<const double> scores, std::span<double> residuals) {
+Objective PositionObjective(std::vector<int> tagOfRow, int tagCount, int threads,
+                            std::vector<float> weightOfRow) {
+  return [tagOfRow = std::move(tagOfRow), weightOfRow = std::move(weightOfRow),
+          tags = static_cast<std::size_t>(tagCount),
+          threads](std::span<const double> scores, std::span<double> residuals) {
     std::vector<double> logProbs(tagOfRow.size());
     ParallelFor(threads, tagOfRow.size(), [&](std::size_t begin, std::size_t end) {
       for (std::size_t row = begin; row < end; ++row) {
         const std::span<const double> score = scores.subspan(row * tags, tags);
         const std::span<double> residual = residuals.subspan(row * tags, tags);
+        const double weight = weightOfRow.empty() ? 1.0 : weightOfRow[row];
         const double highest = *std::max_element(score.begin(), score.end());
         double z = 0;
         for (std::size_t t = 0; t < tags; ++t) z += residual[t] = std::exp(score[t] - highest);
-        for (double& r : residual) r = -r / z;
+        for (double& r : residual) r = -weight * r / z;
         const auto gold = static_cast<std::size_t>(tagOfRow[row]);
-        residual[gold] += 1;
-        logProbs[row] = score[gold] - highest - std::log(z);
+        residual[gold] += weight;
+        logProbs[row] = weight * (score[gold] - highest - std::log(z));
       }
     });
     return std::accumulate(logProbs.begin(), logProbs.end(), 0.0);
@@ -183,6 +197,25 @@ double MaxEntTrainer::Evaluate(const Objective& objective, std::span<const doubl
   return logLikelihood;
 }
 
+std::vector<double> MaxEntTrainer::Scales(const FitOptions& options) const {
+  // An estimate of how fast the gradient changes with the weight: the penalty, and the variance of
+  // a tag that is seldom certain.
+  static constexpr double kVariance = 0.05;
+  std::vector<double> scales(_parameters.tags.size());
+  for (std::size_t feature = 0; feature < _parameters.Features(); ++feature) {
+    double squares = 0;
+    for (std::size_t i = _starts[feature]; i < _starts[feature + 1]; ++i) {
+      squares += static_cast<double>(_occurrences[i].value) * _occurrences[i].value;
+    }
+    for (std::size_t p = _parameters.starts[feature]; p < _parameters.starts[feature + 1]; ++p) {
+      const double factor = options.l2Factors.empty() ? 1.0 : options.l2Factors[p];
+      const double curvature = options.l2 * factor + kVariance * squares;
+      scales[p] = curvature > 0 ? 1 / std::sqrt(curvature) : 1;
+    }
+  }
+  return scales;
+}
+
 std::string MaxEntTrainer::Fit(const Objective& objective, const FitOptions& options,
                                const std::function<void(const FitProgress&)>& report,
                                std::vector<double>& weights) {
@@ -190,7 +223,11 @@ std::string MaxEntTrainer::Fit(const Objective& objective, const FitOptions& opt
   const int count = static_cast<int>(weights.size());
   const std::unique_ptr<double, FreeVector> x(lbfgs_malloc(count));
   if (!x) throw std::bad_alloc();
-  std::copy(weights.begin(), weights.end(), x.get());
+  Search search{*this, objective, options, report, std::vector<double>(weights.size()), {}, 0, {}};
+  if (options.scaled) search.scales = Scales(options);
+  for (std::size_t p = 0; p < weights.size(); ++p) {
+    x.get()[p] = options.scaled ? weights[p] / search.scales[p] : weights[p];
+  }
 
   lbfgs_parameter_t parameter;
   lbfgs_parameter_init(&parameter);
@@ -201,11 +238,11 @@ std::string MaxEntTrainer::Fit(const Objective& objective, const FitOptions& opt
     parameter.orthantwise_c = options.l1;
     parameter.linesearch = LBFGS_LINESEARCH_BACKTRACKING;
   }
-  Search search{*this, objective, options, report, weights.size(), 0, {}};
   const int status =
       lbfgs(count, x.get(), nullptr, EvaluateSearch, ReportSearch, &search, &parameter);
   if (search.error) std::rethrow_exception(search.error);
-  std::copy(x.get(), x.get() + count, weights.begin());
+  search.Take(x.get());
+  weights = search.weights;
   const bool fine = status == LBFGS_SUCCESS || status == LBFGS_STOP ||
                     status == LBFGS_ALREADY_MINIMIZED || status == LBFGSERR_MAXIMUMITERATION;
   return fine ? "" : "the search ended early (optimiser status " + std::to_string(status) + ")";

@@ -46,12 +46,19 @@ Parameters MakeParameters(const FeatureRows& rows, std::size_t features, int tag
 using Objective =
     std::function<double(std::span<const double> scores, std::span<double> residuals)>;
 
-/// Each row for itself: log p(tagOfRow | features), as `MeModel` computes it.
-Objective PositionObjective(std::vector<int> tagOfRow, int tagCount, int threads);
+/// Each row for itself: the sum of log p(tagOfRow | features), as `MeModel` computes it, times the
+/// row's weight (1 where none are given).
+Objective PositionObjective(std::vector<int> tagOfRow, int tagCount, int threads,
+                            std::vector<float> weightOfRow = {});
 
 /// What a fit is told and tells.
 struct FitOptions {
-  double l2 = 1;            ///< the penalty (l2 / 2) * |w|^2
+  double l2 = 1;  ///< the penalty (l2 / 2) * |w|^2
+  /// [parameters] each multiplies l2 for its weight; none: 1 for all
+  std::span<const double> l2Factors = {};
+  /// The search runs in units that fit each weight, which needs fewer iterations where features
+  /// differ much in how often they are seen.
+  bool scaled = false;
   double l1 = 0;            ///< the penalty l1 * |w|_1 (orthant-wise search)
   int iterations = 150;     ///< at most
   double tolerance = 1e-5;  ///< stops when ten iterations gain less than this part of the objective
@@ -94,6 +101,9 @@ class MaxEntTrainer {
     std::uint32_t row;
     float value;
   };
+
+  /// The units of the weights in a scaled search.
+  std::vector<double> Scales(const FitOptions& options) const;
 
   const FeatureRows& _rows;
   const Parameters& _parameters;

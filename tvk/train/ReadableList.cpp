@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "tvk/text/Encoding.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
 
@@ -19,9 +18,9 @@ constexpr std::size_t kLongestEntry = 256;
 
 }  // namespace
 
-ReadableList ReadReadableList(const std::string& path, std::size_t sections) {
+ReadableList ReadReadableList(const std::string& path, std::size_t sections, Encoding encoding) {
   ReadableList list{path, std::vector<std::vector<ListEntry>>(1)};
-  const Converter toGbk(Encoding::kUtf8, Encoding::kGbk);
+  const Converter convert(Encoding::kUtf8, encoding);
   const std::string content = DecodeToUtf8(path, ReadWholeFile(path), Encoding::kUtf8);
   std::size_t number = 0;
   for (const std::string_view line : SplitLines(content)) {
@@ -35,15 +34,15 @@ ReadableList ReadReadableList(const std::string& path, std::size_t sections) {
       continue;
     }
     for (const std::string_view entry : SplitAtBlanks(line)) {
-      auto gbk = toGbk(entry);
-      if (!gbk) {
+      auto text = convert(entry);
+      if (!text) {
         throw Failure(path, number,
                       "characters of GBK expected, found \"" + std::string(entry) + "\"");
       }
-      if (gbk->size() > kLongestEntry) {
+      if (text->size() > kLongestEntry) {
         throw Failure(path, number, "an entry of at most 256 bytes expected");
       }
-      list.sections.back().push_back({*std::move(gbk), number});
+      list.sections.back().push_back({*std::move(text), number});
     }
   }
   if (list.sections.size() < sections) {

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "tvk/text/Encoding.h"
+
 namespace Tolvek {
 
 struct ListEntry {
-  std::string text;  ///< GBK
+  std::string text;  ///< in the encoding that was asked for
   std::size_t line;  ///< in its file, from 1
 };
 
@@ -19,8 +21,9 @@ struct ReadableList {
   std::vector<std::vector<ListEntry>> sections;
 };
 
-/// Reads a list of so many sections (one or two). Throws `Failure` naming the file, the line and
-/// what was expected.
-ReadableList ReadReadableList(const std::string& path, std::size_t sections);
+/// Reads a list of so many sections (one or two), with entries in GBK or UTF-8. Throws `Failure`
+/// naming the file, the line and what was expected.
+ReadableList ReadReadableList(const std::string& path, std::size_t sections,
+                              Encoding encoding = Encoding::kGbk);
 
 }  // namespace Tolvek
