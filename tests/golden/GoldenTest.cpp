@@ -177,8 +177,20 @@ TEST_F(SegmentationGolden, TextResources) {
 TEST_F(Golden, ShippedModelsOnTheExamples) {
   std::filesystem::remove("data");
   std::filesystem::create_directory_symlink(PROJECT_DIR "/data", "data");
-  EXPECT_EQ(Execute({"-i", PROJECT_DIR "/examples/chinese.gbk", "-o", "out"}), 0);
-  EXPECT_EQ(ReadText("out"), ReadText(PROJECT_DIR "/examples/chinese.seg.gbk"));
+  const std::string examples = PROJECT_DIR "/examples/";
+  struct Example {
+    std::string task;
+    std::string input;
+    std::string output;
+  };
+  for (const auto& [task, input, output] : {Example{"seg", "chinese.gbk", "chinese.seg.gbk"},
+                                            {"segpos", "chinese.gbk", "chinese.segpos.gbk"},
+                                            {"pos", "chinese.seg.gbk", "chinese.pos.gbk"},
+                                            {"tok", "english.txt", "english.tok.txt"},
+                                            {"tokpos", "english.txt", "english.tokpos.txt"}}) {
+    EXPECT_EQ(Execute({"-i", examples + input, "-o", "out", "-t", task}), 0);
+    EXPECT_EQ(ReadText("out"), ReadText(examples + output)) << task;
+  }
 }
 
 }  // namespace
