@@ -2,10 +2,12 @@
 #pragma once
 
 #include <array>
-#include <functional>
-#include <set>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "common/FlatMap.h"
 
 namespace Tolvek {
 
@@ -36,12 +38,35 @@ class EngToken {
   static std::string TokenQuo(const std::string& token);
 
  private:
-  /// First pass: the sentence with blanks around separating bytes.
-  std::string SetApart(std::string_view sentence) const;
+  /// What a byte means to the search for tokens.
+  enum class ByteKind : std::uint8_t {
+    kWord,
+    kMark,       ///< period, comma, apostrophe: the token they lie in may have to be split
+    kSeparator,  ///< a token by itself
+    kBackQuote,  ///< where it separates: begins a token, and ends the one it is the second of
+    kWhiteSpace
+  };
+  using ByteKinds = std::array<ByteKind, 256>;
 
-  std::set<std::string, std::less<>> _abbreviations;
-  std::set<std::string, std::less<>> _separators;
-  std::array<bool, 256> _isSeparator{};  ///< the separators of one byte
+  class Spacing;
+  using TextSet = FlatMap<std::string, bool>;  ///< a set: the values say nothing
+
+  static ByteKinds KindsWithoutLists();
+  ByteKind KindOf(char byte) const { return _kinds[static_cast<unsigned char>(byte)]; }
+  bool IsWhiteSpace(char byte) const { return KindOf(byte) == ByteKind::kWhiteSpace; }
+
+  /// Calls `visit(position)` for each byte that isn't just part of a word. The positions are
+  /// collected in advance, without a branch: nothing predicts where words end.
+  template <class Visit>
+  void ForEachSpecialByte(std::string_view text, const Visit& visit) const;
+  /// Splits a final period or comma, quotes and clitics off the token between two positions.
+  void SplitToken(Spacing& spacing, std::size_t begin, std::size_t end) const;
+  /// The rules of `TokenQuo`.
+  static void SplitQuotes(Spacing& spacing, std::size_t begin, std::size_t end);
+
+  TextSet _abbreviations;
+  TextSet _separators;
+  ByteKinds _kinds = KindsWithoutLists();  ///< of each byte
 };
 
 }  // namespace Tolvek

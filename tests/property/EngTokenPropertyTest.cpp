@@ -117,14 +117,14 @@ class RandomText {
   std::size_t Below(std::size_t bound) { return _random() % bound; }
 
   /// A line of words, of pieces of words, of the few bytes that matter, or of any bytes.
-  std::string Line() {
+  std::string Line(std::size_t most = 20) {
     std::string line;
     const std::size_t kind = Below(5);
-    for (std::size_t count = Below(kind == 0 ? 40 : 20); count > 0; --count) {
+    for (std::size_t count = Below(kind == 0 ? 2 * most : most); count > 0; --count) {
       if (kind == 0) {
         line += AnyByte();
       } else if (kind == 1) {
-        line += "``'!., a"[Below(8)];
+        line += "``'!., an"[Below(9)];
       } else {
         line += Piece();
         if (kind == 2 && Below(2) == 0) line += ' ';
@@ -147,21 +147,27 @@ class RandomText {
 
   std::string Piece() {
     static const Texts kPieces{
-        "'",     "'",      "''",  "`",    "`",      "``",    ".",    ".",       ",",    "...",
-        "'s",    "'ll",    "'re", "'ve",  "'m",     "'d",    "'t",   "n't",     "n",    "t",
-        "wanna", "cannot", "don", "A",    "Z",      "Zo",    "Y",    "[",       "@",    "Mr",
-        "etc",   "a",      "z",   "7",    "\x80",   "\xFF",  "U.S",  "!",       "(",    ")",
-        "\"",    "-",      " ",   " ",    "  ",     "\t",    "\v",   "\f",      "\r",   "\xA0",
-        "o'c",   "dogs",   "x",   "' '",  "can't.", "end. ", "Mr. ", "a, ",     ",.",   ".,",
-        "I'm",   "e.g",    "3.1", "\x01", "'em ",   "'hi' ", "`a`",  "cannot ", "''a ", "\x7F"};
+        "'",       "'",         "''",      "`",        "`",      "``",        ".",      ".",
+        ",",       "...",       "'s",      "'ll",      "'re",    "'ve",       "'m",     "'d",
+        "'t",      "n't",       "n",       "t",        "wanna",  "cannot",    "don",    "A",
+        "Z",       "Zo",        "Y",       "[",        "@",      "Mr",        "etc",    "a",
+        "z",       "7",         "\x80",    "\xFF",     "U.S",    "!",         "(",      ")",
+        "\"",      "-",         " ",       " ",        "  ",     "\t",        "\v",     "\f",
+        "\r",      "\xA0",      "o'c",     "dogs",     "x",      "' '",       "can't.", "end. ",
+        "Mr. ",    "a, ",       ",.",      ".,",       "I'm",    "e.g",       "3.1",    "\x01",
+        "'em ",    "'hi' ",     "`a`",     "cannot ",  "''a ",   "\x7F",      "ann",    "manna",
+        "wa",      "nna",       "can",     "not",      "wanna ", " wannabe ", "can't ", "n't ",
+        "don't, ", "'cannot' ", "wanna. ", "cannot, ", "Z. ",    "Z",         "Y. "};
     return Below(12) == 0 ? std::string(1, AnyByte()) : Pick(kPieces);
   }
 
   /// An entry of a list: a byte, a word; white space around it doesn't count.
   std::string Entry() {
-    static const Texts kEntries{"`",   "``",  "'",     ".",   ",",  "!",     "(", ")",
-                                "...", "''",  "don't", "A",   "Z",  "7",     "n", "Mr",
-                                "Zo",  "etc", "e.g",   "U.S", "'s", "cannot"};
+    static const Texts kEntries{"`",   "``",      "'",     ".",     ",",    "!",     "(",
+                                ")",   "...",     "''",    "don't", "A",    "Z",     "7",
+                                "n",   "Mr",      "\v",    "\f",    "",     "a b",   "``.",
+                                "''.", "cannot.", "wanna", "\xE9",  "\xA0", "a.",    "don't,",
+                                "Zo",  "etc",     "e.g",   "U.S",   "'s",   "cannot"};
     std::string entry;
     switch (Below(4)) {
       case 0:
@@ -193,7 +199,7 @@ class EngTokenProperty : public Scratch {
     ASSERT_TRUE(tokenizer.Initialize());
     const PlainTokenizer plain(separators, abbreviations);
     for (int i = 0; i < 200; ++i) {
-      const std::string line = texts.Line();
+      const std::string line = texts.Line(i % 20 == 0 ? 500 : 20);
       std::string trimmed = line;
       std::string tokens = "old";
       tokenizer.TokenizeSentence(trimmed, tokens);
@@ -221,14 +227,94 @@ TEST_F(EngTokenProperty, EqualsThePlainTokenizer) {
   EXPECT_GT(_splits, 20'000) << "the lines are worth a test";
 }
 
+TEST_F(EngTokenProperty, EveryShortSentence) {
+  // All sentences of up to five of these bytes, with and without something after them.
+  const std::string bytes = "'n.,` Z";
+  Texts sentences{""};
+  for (std::size_t first = 0; first < sentences.size() && sentences[first].size() < 5; ++first) {
+    for (const char c : bytes) sentences.push_back(sentences[first] + c);
+  }
+  ASSERT_EQ(sentences.size(), 19'608U);
+  const std::vector<std::pair<Texts, Texts>> lists{
+      {{}, {}}, {{"`"}, {"n", ","}}, {{".", "'", "`"}, {}}, {{",", "n.", "''", "``"}, {"'", "''"}}};
+  for (const auto& [separators, abbreviations] : lists) {
+    WriteText("data/abbtitle", TitleList(separators, abbreviations));
+    EngToken tokenizer;
+    ASSERT_TRUE(tokenizer.Initialize());
+    const PlainTokenizer plain(separators, abbreviations);
+    std::string tokens;
+    for (const std::string& sentence : sentences) {
+      for (const char* end : {"", "\v", " x"}) {
+        std::string line = sentence + end;
+        const std::string expected = plain.Tokenize(line);
+        tokenizer.TokenizeSentence(line, tokens);
+        ASSERT_EQ(tokens, expected) << Shown(sentence + end) << Shown(separators);
+      }
+    }
+  }
+}
+
+TEST_F(EngTokenProperty, EveryRuleAtEveryPosition) {
+  // Sentences are searched piece by piece: a token may lie on any edge.
+  const Texts separators{"`", "!", "..."};
+  const Texts abbreviations{"etc"};
+  WriteText("data/abbtitle", TitleList(separators, abbreviations));
+  EngToken tokenizer;
+  ASSERT_TRUE(tokenizer.Initialize());
+  const PlainTokenizer plain(separators, abbreviations);
+  std::string tokens;
+  for (const std::string token : {"a", "!", "``", "```", "don't", "'x'", "''", "cannot", "wanna",
+                                  "etc.", "end.", "a,", "..."}) {
+    for (std::size_t before = 0; before < 600; ++before) {
+      for (const char* gap : {"", " ", "\t \v"}) {
+        std::string line = std::string(before, 'x') + gap + token + gap + "x";
+        const std::string expected = plain.Tokenize(line);
+        tokenizer.TokenizeSentence(line, tokens);
+        ASSERT_EQ(tokens, expected) << before << Shown(gap) << token;
+      }
+    }
+  }
+}
+
+TEST_F(EngTokenProperty, VeryLongSentences) {
+  const unsigned seed = 5;
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  RandomText texts(random);
+  const Texts separators{"`", "!", "(", ")", "\""};
+  const Texts abbreviations{"Mr", "etc"};
+  WriteText("data/abbtitle", TitleList(separators, abbreviations));
+  EngToken tokenizer;
+  ASSERT_TRUE(tokenizer.Initialize());
+  const PlainTokenizer plain(separators, abbreviations);
+  std::string words;
+  while (words.size() < 3'000'000) words += texts.Line(500);
+  const std::string word(3'000'000, 'x');
+  for (const std::string& sentence :
+       {words, word, word + "n't", "'" + word + "'", std::string(300'000, '`'),
+        std::string(300'000, '\''), std::string(300'000, '!') + word + "."}) {
+    std::string line = sentence;
+    std::string tokens;
+    tokenizer.TokenizeSentence(line, tokens);
+    EXPECT_TRUE(tokens == plain.Tokenize(sentence)) << sentence.substr(0, 20);
+  }
+}
+
 TEST_F(EngTokenProperty, QuotesOfEveryShortToken) {
-  // All tokens of up to six of these bytes.
+  // All tokens of up to six of these bytes, and the fused words with more around them.
   const std::string bytes = "'ntsl";
   Texts tokens{""};
   for (std::size_t first = 0; first < tokens.size() && tokens[first].size() < 6; ++first) {
     for (const char c : bytes) tokens.push_back(tokens[first] + c);
   }
   ASSERT_EQ(tokens.size(), 19'531U);
+  for (const char* const before : {"", "w", "'", "ca"}) {
+    for (const char* const word : {"wanna", "cannot", "annann"}) {
+      for (const char* const after : {"", "a", "'", "'s", "'t", "n't"}) {
+        tokens.push_back(std::string(before) + word + after);
+      }
+    }
+  }
   for (const std::string& token : tokens) {
     ASSERT_EQ(EngToken::TokenQuo(token), PlainTokenizer::Quo(token)) << token;
   }
