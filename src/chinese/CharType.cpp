@@ -89,6 +89,7 @@ int CharType::GetFNameType(std::string_view character) const {
 }
 
 bool CharType::LoadExtraCorpus() {
+  ++_revision;
   BuildCharacterType(1, g_datapath + "Punc", _punctuation);
   BuildCharacterType(0, g_datapath + "ANum", _characterClass);
   BuildCharacterType(1, g_datapath + "CNum1", _characterClass);
@@ -110,6 +111,7 @@ void CharType::BuildCharacterType(int code, const std::string& path, TextTable& 
 }
 
 void CharType::BuildChineseNameType(const std::string& familyPath, const std::string& givenPath) {
+  ++_revision;
   ResourceFile family;
   ResourceFile given;
   for (const auto& [file, path] :
@@ -135,6 +137,7 @@ bool CharType::LoadBinaryExtraCorpus() {
 }
 
 bool CharType::LoadBinary(const std::string& path) {
+  ++_revision;
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "Can not open the Model File: " << path << std::endl;

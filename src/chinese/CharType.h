@@ -30,6 +30,17 @@ class CharType {
   /// 1 for a character of transliterated foreign names, else 0.
   int GetFNameType(std::string_view character) const;
 
+  /// A number that is another one after each loading.
+  unsigned Revision() const { return _revision; }
+
+  /// Calls `visit(std::string_view)` for every entry; for one of several tables more than once.
+  template <class Visit>
+  void ForEachCharacter(Visit&& visit) const {
+    for (const TextTable* table : {&_punctuation, &_characterClass, &_chineseName, &_foreignName}) {
+      for (const auto& [character, code] : *table) visit(std::string_view(character));
+    }
+  }
+
   /// Fills the tables from the nine text lists in the resource directory. Always true: a list that
   /// cannot be opened is reported and skipped.
   bool LoadExtraCorpus();
@@ -57,6 +68,7 @@ class CharType {
   TextTable _characterClass;
   TextTable _chineseName;
   TextTable _foreignName;
+  unsigned _revision = 0;
 };
 
 }  // namespace Tolvek

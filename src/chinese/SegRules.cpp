@@ -40,6 +40,11 @@ std::span<const SegTag> AllowedTags(const SegRole* previous, const SegRole& curr
   return kAll;
 }
 
+bool MayLackTags(const SegRole& current) {
+  return current.isBracket || current.joinsLatin || current.characterClass == kLatinLetter ||
+         current.characterClass == kArabicNumeral;
+}
+
 std::string LexicalKey(std::string_view character, const SegRole& role) {
   const bool isShared = role.characterClass == kArabicNumeral ||
                         role.characterClass == kChineseNumeral ||

@@ -15,6 +15,9 @@ namespace Tolvek {
 /// The tags of a character: begin, middle and end of a word, and a word by itself.
 enum SegTag : std::uint8_t { kTagB, kTagM, kTagE, kTagS };
 inline constexpr std::string_view kSegTagLetters = "BMES";
+constexpr bool BeginsWord(SegTag tag) {
+  return tag == kTagB || tag == kTagS;
+}
 
 /// What the rules look at in a character.
 struct SegRole {
@@ -28,6 +31,9 @@ SegRole GetSegRole(const CharType& charType, std::string_view character);
 /// and `next` are null at the edges of a sentence.
 std::span<const SegTag> AllowedTags(const SegRole* previous, const SegRole& current,
                                     const SegRole* next);
+
+/// May a character inside a sentence lack some of the four tags?
+bool MayLackTags(const SegRole& current);
 
 /// What stands for a character in the language model's tokens: the number of its class for Arabic
 /// numerals, Chinese numerals of the first list and Latin letters (never for a bracket), else the

@@ -11,6 +11,7 @@ bool SegScore::Initialize(const std::string& lmPath, const std::string& mePath) 
   if (_languageModel.LoadFile(lmPath.c_str()) == 0) return false;
   _unkIndex = _vocab.UnkIndex();
   if (_meModel.LoadModel(mePath) == 0) return false;
+  _tables = SegTables::Make(*_charType, _meModel, _vocab, _languageModel);
   std::cerr << "done" << std::endl;
   return true;
 }
@@ -40,8 +41,7 @@ double SegScore::GetScore(const std::deque<int>& history) const {
 
 double SegScore::GetScore(std::span<const int> history) const {
   const double score = _languageModel.LogProb(history);
-  // The penalty comes on top of whatever the model gives "<unk>".
-  return history.back() == _unkIndex ? score - 2.0 : score;
+  return history.back() == _unkIndex ? score - kUnknownPenalty : score;
 }
 
 }  // namespace Tolvek

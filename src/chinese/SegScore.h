@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -9,9 +10,12 @@
 #include <vector>
 
 #include "chinese/CharType.h"
+#include "chinese/SegTables.h"
+#include "model/ContextTemplate.h"
 #include "model/MeModel.h"
 #include "model/Ngram.h"
 #include "model/Vocab.h"
+#include "tagging/FeatureText.h"
 
 namespace Tolvek {
 
@@ -49,6 +53,15 @@ class SegScore {
   int GetSenBIndex() const { return _vocab.BosIndex(); }
   int GetSenEIndex() const { return _vocab.EosIndex(); }
 
+  /// The same knowledge by small integers, or null; see `SegTables::Make`.
+  const SegTables* Tables() const { return _tables.get(); }
+
+  /// What an unknown token costs, on top of whatever the model gives "<unk>".
+  static constexpr double kUnknownPenalty = 2.0;
+
+  /// The templates of characters; the others are of character classes.
+  static constexpr auto kContextTemplates = ContextTemplates(ContextPart::kNext);
+
   /// Calls `visit(std::string_view text, double value)` for the ten features of a character, in
   /// template order. Decoding and training both get their features here. The text is valid during
   /// the call only.
@@ -62,32 +75,20 @@ class SegScore {
   Ngram _languageModel{&_vocab, 2};
   MeModel _meModel;
   const CharType* _charType;
+  std::unique_ptr<const SegTables> _tables;
 };
 
 template <class Visit>
 void SegScore::ForEachFeature(const CharType& charType, std::string_view previous,
                               std::string_view current, std::string_view next, Visit&& visit) {
-  std::string text;  // a feature of ordinary text is short enough to need no allocation
-  const auto characters = [&](std::string_view prefix, std::string_view first,
-                              std::string_view second, double value) {
-    text.assign(prefix).append(first).append(second);
-    visit(std::string_view(text), value);
-  };
+  FeatureText feature(visit);
+  ForEachContextFeature(kContextTemplates, "", previous, current, next, feature);
   const auto classes = [&](std::string_view prefix, auto classOf) {
-    text.assign(prefix);
-    for (const std::string_view character : {previous, current, next}) {
-      text += std::to_string((charType.*classOf)(character));
-    }
-    visit(std::string_view(text), 1.0);
+    feature({prefix, std::to_string((charType.*classOf)(previous)),
+             std::to_string((charType.*classOf)(current)),
+             std::to_string((charType.*classOf)(next))});
   };
-  characters("1/", previous, "", 1.0);
-  characters("2/", current, "", 2.0);
-  characters("3/", next, "", 1.0);
-  characters("4/", previous, current, 3.0);
-  characters("5/", current, next, 3.0);
-  characters("6/", previous, next, 1.0);
-  text.assign("7/") += std::to_string(charType.GetPuncType(current));
-  visit(std::string_view(text), 1.0);
+  feature({"7/", std::to_string(charType.GetPuncType(current))});
   classes("8/", &CharType::GetCharType);
   classes("9/", &CharType::GetCNameType);
   classes("10/", &CharType::GetFNameType);

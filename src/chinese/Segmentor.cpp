@@ -104,8 +104,9 @@ void Segmentor::AddAlternatives(const std::vector<std::string>& chars, std::size
   const bool isLast = position + 1 == chars.size();
   const std::string& character = chars[position];
   const SegRole& role = _roles[position];
-  _segScore->GetMeScore(isFirst ? "B_0" : std::string_view(chars[position - 1]), character,
-                        isLast ? "E_0" : std::string_view(chars[position + 1]), _meScores);
+  _segScore->GetMeScore(isFirst ? kBeginOfSentence : std::string_view(chars[position - 1]),
+                        character, isLast ? kEndOfSentence : std::string_view(chars[position + 1]),
+                        _meScores);
   const std::string key = LexicalKey(character, role);
   const std::span<const SegTag> tags = AllowedTags(isFirst ? nullptr : &_roles[position - 1], role,
                                                    isLast ? nullptr : &_roles[position + 1]);
@@ -143,9 +144,20 @@ bool Segmentor::CheckMerge(const std::deque<int>& a, const std::deque<int>& b) {
 
 void Segmentor::SegSentence(std::string& line, std::string& out) {
   TrimLine(line);
+  const SegTables* const tables = _segScore->Tables();
+  const bool isUsual = tables != nullptr && tables->IsMadeOf(*_charType) && _order == 2 &&
+                       _tag[kTagB] >= 0;  // `Initialize` was called
+  if (isUsual && _kernel.Segment(*tables, _alpha, line, out)) return;
+  ++_plainLines;
   SplitCharacters(line, _chars);
   RenewLattice(_chars);
   Viterbi(_chars, out);
+}
+
+PathCounts Segmentor::Counts() const {
+  PathCounts counts = _kernel.Counts();
+  counts.plain = _plainLines;
+  return counts;
 }
 
 void Segmentor::SegFile(std::string inPath, std::string outPath) {

@@ -11,15 +11,17 @@
 
 namespace Tolvek {
 
-/// Calls `visit(std::string_view field)` for each piece of the text between white space: blanks,
-/// tabs, line feeds, vertical tabs, form feeds and carriage returns.
+/// Is the byte white space: a blank, tab, line feed, vertical tab, form feed or carriage return?
+inline bool IsSpace(char byte) {
+  return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+
+/// Calls `visit(std::string_view field)` for each piece of the text between white space.
 template <class Visit>
 void ForEachField(std::string_view text, Visit&& visit) {
-  static constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-  std::size_t end = 0;
-  for (std::size_t begin = 0; (begin = text.find_first_not_of(kWhiteSpace, end)) != text.npos;) {
-    end = std::min(text.find_first_of(kWhiteSpace, begin), text.size());
-    visit(text.substr(begin, end - begin));
+  for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+    for (end = begin; end < text.size() && !IsSpace(text[end]);) ++end;
+    if (end > begin) visit(text.substr(begin, end - begin));
   }
 }
 

@@ -6,9 +6,13 @@
 namespace Tolvek {
 
 void TrimLine(std::string& text) {
-  static constexpr const char* kBlanks = " \t\r\n";
-  text.erase(0, text.find_first_not_of(kBlanks));  // no such character: npos erases everything
-  text.erase(text.find_last_not_of(kBlanks) + 1);
+  const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  std::size_t end = text.size();
+  while (end > 0 && isBlank(text[end - 1])) --end;
+  text.resize(end);
+  std::size_t begin = 0;
+  while (begin < end && isBlank(text[begin])) ++begin;
+  if (begin > 0) text.erase(0, begin);
 }
 
 void ReportNoPosTagger() {

@@ -247,6 +247,16 @@ void MeModel::SpiltLine(std::string line, std::vector<int>* out) {
   for (int number = 0; in >> number;) out->push_back(number);
 }
 
+bool MeModel::HasSoundParameters() const {
+  // The first list starts at 0, so in ascending order none is negative.
+  const auto end = static_cast<std::size_t>(
+      _featParamStartVec.empty() ? 0 : std::max(_featParamStartVec.back(), 0));
+  return std::is_sorted(_featParamStartVec.begin(), _featParamStartVec.end()) &&
+         end <= std::min(_lambdasVec.size(), _paramTagsVec.size()) &&
+         std::all_of(_paramTagsVec.begin(), _paramTagsVec.end(),
+                     [&](int tag) { return tag >= 0 && tag < _tagSize; });
+}
+
 void MeModel::Probabilities(const Features& features, std::vector<double>& p) const {
   p.assign(static_cast<std::size_t>(std::max(_tagSize, 0)), 0.0);
   for (const auto& [id, value] : features) {

@@ -85,6 +85,18 @@ class MeModel {
   /// The feature's id, or -1.
   int GetFeatureId(std::string_view feature) const;
 
+  // What the model knows, for tables made of it.
+
+  /// Feature texts and their ids.
+  const TextTable& FeatureTexts() const { return _featureMap; }
+  /// Are the parameter lists disjoint, in order, and of tags that exist? In a model of which that
+  /// is not so an evaluation may throw.
+  bool HasSoundParameters() const;
+  /// Calls `visit(int tag, double lambda)` for the parameters of a feature, in file order. The
+  /// model must be sound.
+  template <class Visit>
+  void ForEachParameter(int feature, Visit&& visit) const;
+
  private:
   using Features = std::vector<std::pair<int, double>>;
 
@@ -108,5 +120,15 @@ class MeModel {
   /// [F + 1] the parameters of feature f are those from entry f up to, not including, entry f + 1
   std::vector<int> _featParamStartVec;
 };
+
+template <class Visit>
+void MeModel::ForEachParameter(int feature, Visit&& visit) const {
+  const auto list = static_cast<std::size_t>(feature);
+  if (list + 1 >= _featParamStartVec.size()) return;  // cut off the end of the file
+  const auto end = static_cast<std::size_t>(_featParamStartVec[list + 1]);
+  for (auto i = static_cast<std::size_t>(_featParamStartVec[list]); i < end; ++i) {
+    visit(_paramTagsVec[i], _lambdasVec[i]);
+  }
+}
 
 }  // namespace Tolvek

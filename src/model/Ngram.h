@@ -69,6 +69,9 @@ class Ngram {
   /// What all forms share, without a copy: the n-gram oldest word first, the word last.
   double LogProb(std::span<const int> ngram) const;
 
+  /// What the model knows, for tables made of it.
+  const NgramTrie& Contexts() const { return _contexts; }
+
  private:
   struct Lookup {
     double logProb = 0;

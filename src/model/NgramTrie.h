@@ -32,6 +32,14 @@ class NgramTrie {
   int Child(int parent, int key) const;
   const NgramNode& Node(int number) const { return _nodes[static_cast<std::size_t>(number)]; }
 
+  /// Calls `visit(int word, const NgramNode&)` for the contexts of one word.
+  template <class Visit>
+  void ForEachContextWord(Visit&& visit) const {
+    for (const auto& [edge, child] : _edges) {
+      if (edge >> 32U == 0) visit(static_cast<int>(edge & 0xFFFFFFFFU), Node(child));
+    }
+  }
+
  private:
   static std::uint64_t EdgeKey(int parent, int key) {
     return static_cast<std::uint64_t>(static_cast<std::uint32_t>(parent)) << 32U |
