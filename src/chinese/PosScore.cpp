@@ -14,11 +14,13 @@ namespace Tolvek {
 bool PosScore::Initialize(const std::string& modelPath, const std::string& dictPath) {
   std::cerr << "Postagger Initializing ... " << std::flush;
   if (_model.LoadModel(modelPath) == 0 || !LoadDict(dictPath)) return false;
+  _tables = TagTables::Make(_model, kContextTemplates);
   std::cerr << "done" << std::endl;
   return true;
 }
 
 bool PosScore::LoadDict(const std::string& path) {
+  ++_revision;
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "\nOpen " << path << " error." << std::endl;
@@ -56,6 +58,13 @@ void PosScore::GenerateFeture(std::string_view previous, std::string_view curren
   features.clear();
   features.reserve(20);
   ForEachFeature(*_charType, previous, current, next, [&](std::string_view text, double value) {
+    _model.AddFeature(text, value, features);
+  });
+}
+
+void PosScore::GenerateWordFeatures(std::string_view word, TagFeatures& features) const {
+  features.clear();
+  ForEachWordFeature(*_charType, word, [&](std::string_view text, double value) {
     _model.AddFeature(text, value, features);
   });
 }

@@ -2,14 +2,17 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "chinese/CharType.h"
+#include "model/ContextTemplate.h"
 #include "tagging/FeatureText.h"
 #include "tagging/TagDictionary.h"
 #include "tagging/TagModel.h"
+#include "tagging/TagTables.h"
 
 namespace Tolvek {
 
@@ -52,6 +55,14 @@ class PosScore {
     _model.Probabilities(features, previous, p);
   }
 
+  /// Replaces `features` by those of a word by itself that the model knows.
+  void GenerateWordFeatures(std::string_view word, TagFeatures& features) const;
+
+  /// The model by small integers, or null; see `TagTables::Make`.
+  const TagTables* Tables() const { return _tables.get(); }
+  /// A number that is another one after each loading, also of the character classes.
+  unsigned Revision() const { return _revision + _charType->Revision(); }
+
   std::string GetPos(const int& tag) const { return _model.TagName(tag); }
   int GetPosSize() const { return _model.TagCount(); }
 
@@ -60,6 +71,9 @@ class PosScore {
   /// Appends the fields of a line between white space.
   static void SplitLine(const std::string& line, std::vector<std::string>& fields);
 
+  /// The templates of words. The sixth repeats the pair of the fourth: kept so.
+  static constexpr auto kContextTemplates = ContextTemplates(ContextPart::kCurrent);
+
   /// Calls `visit(std::string_view text, double value)` for the twelve features of a word, in
   /// template order. Tagging and training both get their features here. The text is valid during
   /// the call only.
@@ -67,26 +81,33 @@ class PosScore {
   static void ForEachFeature(const CharType& charType, std::string_view previous,
                              std::string_view current, std::string_view next, Visit&& visit);
 
+  /// The same for the features of the current word's bytes.
+  template <class Visit>
+  static void ForEachWordFeature(const CharType& charType, std::string_view word, Visit&& visit);
+
  private:
   TagDictionary _characters;
   TagDictionary _words;
   const CharType* _charType;
   TagModel _model;
+  std::unique_ptr<const TagTables> _tables;
+  unsigned _revision = 0;
 };
 
 template <class Visit>
 void PosScore::ForEachFeature(const CharType& charType, std::string_view previous,
                               std::string_view current, std::string_view next, Visit&& visit) {
   FeatureText feature(visit);
-  feature({"1/", previous});
-  feature({"2/", current}, 2.0);
-  feature({"3/", next});
-  feature({"4/", previous, "/", current}, 3.0);
-  feature({"5/", current, "/", next}, 3.0);
-  feature({"6/", previous, "/", current});  // the pair of template 4 again: kept so
+  ForEachContextFeature(kContextTemplates, "/", previous, current, next, feature);
+  ForEachWordFeature(charType, current, visit);
+}
+
+template <class Visit>
+void PosScore::ForEachWordFeature(const CharType& charType, std::string_view word, Visit&& visit) {
+  FeatureText feature(visit);
 
   std::vector<std::string> characters;
-  const std::string_view length = SplitWord(std::string(current), characters) == 1 ? "/S/" : "/M/";
+  const std::string_view length = SplitWord(std::string(word), characters) == 1 ? "/S/" : "/M/";
   const std::string& first = characters.at(0);
   const std::string& last = characters.back();
   feature({"7", length, first});

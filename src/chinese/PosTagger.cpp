@@ -25,9 +25,7 @@ bool PosTagger::CheckMerge(const std::deque<int>& a, const std::deque<int>& b) {
 
 void PosTagger::TagSentence(std::string& line, std::string& out) {
   TrimLine(line);
-  _words.clear();
-  SplitLine(line, _words);
-  _decoder.Tag(*_posScore, _words, out);
+  _decoder.Tag(*_posScore, line, out);
 }
 
 void PosTagger::TagFile(const std::string& inPath, const std::string& outPath) {

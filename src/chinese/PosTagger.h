@@ -43,10 +43,12 @@ class PosTagger {
   /// Tags a file line by line; the time it took goes to the standard output.
   void TagFile(const std::string& inPath, const std::string& outPath);
 
+  /// How the lines of `TagSentence` were decoded.
+  const PathCounts& Counts() const { return _decoder.Counts(); }
+
  private:
   const PosScore* _posScore;
   TagDecoder<PosScore> _decoder;
-  std::vector<std::string> _words;  // reused from sentence to sentence
 };
 
 }  // namespace Tolvek

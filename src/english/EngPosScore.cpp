@@ -11,11 +11,13 @@ namespace Tolvek {
 bool EngPosScore::Initialize(const std::string& modelPath, const std::string& dictPath) {
   std::cerr << "English Postagger Initializing ... " << std::flush;
   if (_model.LoadModel(modelPath) == 0 || !LoadDict(dictPath)) return false;
+  _tables = TagTables::Make(_model, kContextTemplates);
   std::cerr << "done" << std::endl;
   return true;
 }
 
 bool EngPosScore::LoadDict(const std::string& path) {
+  ++_revision;
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "\nOpen " << path << " error." << std::endl;
@@ -44,6 +46,12 @@ void EngPosScore::GenerateFeture(std::string_view previous, std::string_view cur
   ForEachFeature(previous, current, next, [&](std::string_view text, double value) {
     _model.AddFeature(text, value, features);
   });
+}
+
+void EngPosScore::GenerateWordFeatures(std::string_view word, TagFeatures& features) const {
+  features.clear();
+  ForEachWordFeature(
+      word, [&](std::string_view text, double value) { _model.AddFeature(text, value, features); });
 }
 
 void EngPosScore::SplitLine(const std::string& line, std::vector<std::string>& fields) {

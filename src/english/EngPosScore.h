@@ -3,13 +3,16 @@
 
 #include <algorithm>
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "model/ContextTemplate.h"
 #include "tagging/FeatureText.h"
 #include "tagging/TagDictionary.h"
 #include "tagging/TagModel.h"
+#include "tagging/TagTables.h"
 
 namespace Tolvek {
 
@@ -49,11 +52,22 @@ class EngPosScore {
     _model.Probabilities(features, previous, p);
   }
 
+  /// Replaces `features` by those of a word by itself that the model knows.
+  void GenerateWordFeatures(std::string_view word, TagFeatures& features) const;
+
+  /// The model by small integers, or null; see `TagTables::Make`.
+  const TagTables* Tables() const { return _tables.get(); }
+  /// A number that is another one after each loading.
+  unsigned Revision() const { return _revision; }
+
   std::string GetPos(const int& tag) const { return _model.TagName(tag); }
   int GetPosSize() const { return _model.TagCount(); }
 
   /// Appends the fields of a line between white space.
   static void SplitLine(const std::string& line, std::vector<std::string>& fields);
+
+  /// The templates of words; the others are of the current word's bytes.
+  static constexpr auto kContextTemplates = ContextTemplates(ContextPart::kNext);
 
   /// Calls `visit(std::string_view text, double value)` for the features of a word, in template
   /// order. Tagging and training both get their features here. The text is valid during the call
@@ -62,33 +76,40 @@ class EngPosScore {
   static void ForEachFeature(std::string_view previous, std::string_view current,
                              std::string_view next, Visit&& visit);
 
+  /// The same for the features of the current word's bytes.
+  template <class Visit>
+  static void ForEachWordFeature(std::string_view word, Visit&& visit);
+
  private:
   TagDictionary _words;
   TagModel _model;
+  std::unique_ptr<const TagTables> _tables;
+  unsigned _revision = 0;
 };
 
 template <class Visit>
 void EngPosScore::ForEachFeature(std::string_view previous, std::string_view current,
                                  std::string_view next, Visit&& visit) {
   FeatureText feature(visit);
-  feature({"1/", previous});
-  feature({"2/", current}, 2.0);
-  feature({"3/", next});
-  feature({"4/", previous, "/", current}, 3.0);
-  feature({"5/", current, "/", next}, 3.0);
-  feature({"6/", previous, "/", next});
+  ForEachContextFeature(kContextTemplates, "/", previous, current, next, feature);
+  ForEachWordFeature(current, visit);
+}
+
+template <class Visit>
+void EngPosScore::ForEachWordFeature(std::string_view word, Visit&& visit) {
+  FeatureText feature(visit);
   // Beginnings and ends are shorter than the word, the end of one byte by two: kept so.
-  const std::size_t size = current.size();
-  if (size > 1) feature({"7/", current.substr(0, 1)});
-  if (size > 2) feature({"8/", current.substr(0, 2)});
-  if (size > 3) feature({"9/", current.substr(0, 3)});
-  if (size > 4) feature({"10/", current.substr(0, 4)});
-  if (size > 2) feature({"11/", current.substr(size - 1)});
-  if (size > 2) feature({"12/", current.substr(size - 2)});
-  if (size > 3) feature({"13/", current.substr(size - 3)});
-  if (size > 4) feature({"14/", current.substr(size - 4)});
+  const std::size_t size = word.size();
+  if (size > 1) feature({"7/", word.substr(0, 1)});
+  if (size > 2) feature({"8/", word.substr(0, 2)});
+  if (size > 3) feature({"9/", word.substr(0, 3)});
+  if (size > 4) feature({"10/", word.substr(0, 4)});
+  if (size > 2) feature({"11/", word.substr(size - 1)});
+  if (size > 2) feature({"12/", word.substr(size - 2)});
+  if (size > 3) feature({"13/", word.substr(size - 3)});
+  if (size > 4) feature({"14/", word.substr(size - 4)});
   const auto has = [&](auto isWanted) {
-    return std::any_of(current.begin(), current.end(), isWanted) ? "1" : "0";
+    return std::any_of(word.begin(), word.end(), isWanted) ? "1" : "0";
   };
   feature({"15/", has([](char c) { return c >= '0' && c <= '9'; })});
   feature({"16/", has([](char c) { return c >= 'A' && c <= 'Z'; })});

@@ -12,6 +12,7 @@ namespace Tolvek {
 int EngPosTagger::Initialize(const EngToken* tokenizer, const EngPosScore* scorer) {
   _engToken = tokenizer;
   _engPosScore = scorer;
+  _decoder.Forget();
   return 1;
 }
 
@@ -29,9 +30,7 @@ bool EngPosTagger::CheckMerge(const std::deque<int>& a, const std::deque<int>& b
 
 void EngPosTagger::TagSentence(std::string& line, std::string& out, bool tokenized) {
   if (!tokenized) _engToken->TokenizeSentence(line, _tokens);
-  _words.clear();
-  SplitLine(tokenized ? line : _tokens, _words);
-  _decoder.Tag(*_engPosScore, _words, out);
+  _decoder.Tag(*_engPosScore, tokenized ? line : _tokens, out);
 }
 
 int EngPosTagger::TagFile(const std::string& inPath, const std::string& outPath, bool tokenized) {

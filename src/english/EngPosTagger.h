@@ -45,14 +45,14 @@ class EngPosTagger {
   /// line. Returns 1, or 0, after a message, when the input cannot be opened.
   int TagFile(const std::string& inPath, const std::string& outPath, bool tokenized);
 
+  /// How the lines of `TagSentence` were decoded.
+  const PathCounts& Counts() const { return _decoder.Counts(); }
+
  private:
   const EngToken* _engToken = nullptr;
   const EngPosScore* _engPosScore = nullptr;
   TagDecoder<EngPosScore> _decoder;
-
-  // Reused from sentence to sentence.
-  std::string _tokens;
-  std::vector<std::string> _words;
+  std::string _tokens;  // reused from sentence to sentence
 };
 
 }  // namespace Tolvek

@@ -9,10 +9,16 @@
 #include <string_view>
 #include <vector>
 
+#include "common/Fields.h"
 #include "decoder/BeamSearch.h"
+#include "model/ContextTemplate.h"
+#include "tagging/TagKernel.h"
 #include "tagging/TagModel.h"
 
 namespace Tolvek {
+
+/// So many paths are followed at most.
+inline constexpr std::size_t kTagBeamWidth = 30;
 
 /// One candidate tag of one word.
 struct TagAlt {
@@ -38,12 +44,17 @@ class TagDecoder {
   /// listed without tags, every tag is -1, and that is said on the standard error stream.
   void Viterbi(const Scorer& scorer, std::vector<int>& result);
 
-  /// Both for the words, and replaces `out` by each word, "/", its tag's name and a blank.
-  void Tag(const Scorer& scorer, const std::vector<std::string>& words, std::string& out);
+  /// Both for the words of a line, and replaces `out` by each word, "/", its tag's name and a
+  /// blank; or the same in less time.
+  void Tag(const Scorer& scorer, const std::string& line, std::string& out);
+
+  /// Needed when another scorer comes.
+  void Forget() { _kernel.Forget(); }
+
+  /// How the lines of `Tag` were decoded.
+  const PathCounts& Counts() const { return _kernel.Counts(); }
 
  private:
-  static constexpr std::size_t kBeamWidth = 30;
-
   struct Node {
     TagFeatures features;
     std::size_t firstAlternative = 0;
@@ -93,8 +104,10 @@ class TagDecoder {
   std::vector<Node> _nodes;           ///< those of the sentence first; more are kept for later
   std::vector<TagAlt> _alternatives;  ///< of all words, one after another
   BeamSearch<TagAlt> _search;
+  TagKernel _kernel;
 
   // Reused from sentence to sentence.
+  std::vector<std::string> _words;
   std::vector<int> _possible;
   std::vector<int> _tags;
   std::vector<const TagAlt*> _path;
@@ -108,8 +121,9 @@ void TagDecoder<Scorer>::RenewLattice(const Scorer& scorer, const std::vector<st
   for (std::size_t i = 0; i < _length; ++i) {
     Node& node = _nodes[i];
     node.firstAlternative = _alternatives.size();
-    scorer.GenerateFeture(i == 0 ? "B_0" : std::string_view(words[i - 1]), words[i],
-                          i + 1 == _length ? "E_0" : std::string_view(words[i + 1]), node.features);
+    scorer.GenerateFeture(i == 0 ? kBeginOfSentence : std::string_view(words[i - 1]), words[i],
+                          i + 1 == _length ? kEndOfSentence : std::string_view(words[i + 1]),
+                          node.features);
     if (scorer.GetPossiblePos(words[i], _possible)) {
       for (const int tag : _possible) _alternatives.push_back({tag});
     } else {
@@ -120,7 +134,7 @@ void TagDecoder<Scorer>::RenewLattice(const Scorer& scorer, const std::vector<st
 
 template <class Scorer>
 void TagDecoder<Scorer>::Viterbi(const Scorer& scorer, std::vector<int>& result) {
-  const bool found = _search.Search(Lattice(scorer, *this), _order, kBeamWidth, _path);
+  const bool found = _search.Search(Lattice(scorer, *this), _order, kTagBeamWidth, _path);
   if (!found && _length > 0) {
     std::cerr << "No sequence of tags is possible: the line is not tagged." << std::endl;
   }
@@ -129,13 +143,16 @@ void TagDecoder<Scorer>::Viterbi(const Scorer& scorer, std::vector<int>& result)
 }
 
 template <class Scorer>
-void TagDecoder<Scorer>::Tag(const Scorer& scorer, const std::vector<std::string>& words,
-                             std::string& out) {
-  RenewLattice(scorer, words);
+void TagDecoder<Scorer>::Tag(const Scorer& scorer, const std::string& line, std::string& out) {
+  if (_order == 2 && _kernel.Tag(scorer, line, out)) return;
+  _words.clear();
+  SplitFields(line, _words);
+  if (!_words.empty()) ++_kernel.Counts().plain;
+  RenewLattice(scorer, _words);
   Viterbi(scorer, _tags);
   out.clear();
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    out.append(words[i]).append("/").append(scorer.GetPos(_tags[i])).append(" ");
+  for (std::size_t i = 0; i < _words.size(); ++i) {
+    out.append(_words[i]).append("/").append(scorer.GetPos(_tags[i])).append(" ");
   }
 }
 

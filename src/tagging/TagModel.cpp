@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tagging/TagModel.h"
 
+#include "model/ContextTemplate.h"
+
 namespace Tolvek {
 
 template <class Evaluate>
 auto TagModel::WithPrevious(TagFeatures& features, int previous, const Evaluate& evaluate) const {
   const std::size_t size = features.size();
-  AddFeature("0/" + (previous == -1 ? "B_0" : TagName(previous)), 1.0, features);
+  AddFeature(PreviousTagFeature(previous), 1.0, features);
   const auto result = evaluate();
   features.resize(size);
   return result;
+}
+
+std::string TagModel::PreviousTagFeature(int previous) const {
+  return "0/" + (previous == -1 ? std::string(kBeginOfSentence) : TagName(previous));
 }
 
 void TagModel::AddFeature(std::string_view text, double value, TagFeatures& features) const {

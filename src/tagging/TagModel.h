@@ -30,6 +30,10 @@ class TagModel {
   std::string TagName(int tag) const { return _meModel.GetTag(tag); }
   int TagCount() const { return _meModel.GetTagSize(); }
 
+  /// The text of the feature of the tag before; -1 is the beginning of a sentence.
+  std::string PreviousTagFeature(int previous) const;
+  const MeModel& Parameters() const { return _meModel; }
+
   /// Appends the feature, unless the model doesn't know it.
   void AddFeature(std::string_view text, double value, TagFeatures& features) const;
 

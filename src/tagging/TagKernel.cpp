@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tagging/TagKernel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "common/TwoDoubles.h"
+#include "tagging/TagDecoder.h"
+
+namespace Tolvek {
+
+namespace {
+
+/// Scores below this, relative to the sentence's best, are not followed here.
+constexpr double kSmallest = 1e-200;
+constexpr double kSmallestProduct = 1e-280;
+
+TwoDoubles Load(const double* numbers) {
+  TwoDoubles two;
+  std::memcpy(&two, numbers, sizeof two);
+  return two;
+}
+
+/// The sum of the products of two rows, whose length is even.
+double SumOfProducts(const double* a, const double* b, std::size_t size) {
+  TwoDoubles sum = Both(0);
+  for (std::size_t i = 0; i < size; i += 2) sum += Load(a + i) * Load(b + i);
+  return sum[0] + sum[1];
+}
+
+/// More than the quotient of two paths' scores can be off from 1, here and as documented taken
+/// together, `steps` words after the last one where all paths met, `words` after the beginning.
+///
+/// With u = 2^-53 the largest relative rounding error, W the largest weighted sum and T tags: A
+/// factor here is an exponential of up to 20 weights, times up to seven others and the tag before:
+/// off by less than u * (40W + 60); a normaliser, by T * u more. As documented, a sum of up to 24
+/// weights is off by 24u * W, twice that with those of the normaliser, which costs T * u again, and
+/// a score (no log10 of a probability is less than -(2W + log T)) is rounded at its own size, at
+/// most words * (2W + log T). Together less than u * (96W + 2T + 100 + words * (2W + 8)) a step
+/// for either of two paths. Twice that is asked for.
+double Margin(const TagTables& tables, std::size_t steps, std::size_t words) {
+  const double largest = tables.LargestSum();
+  const double tags = static_cast<double>(tables.TagCount());
+  return 0x1p-51 * static_cast<double>(steps) *
+         (96 * largest + 2 * tags + 100 + static_cast<double>(words) * (2 * largest + 8));
+}
+
+}  // namespace
+
+void TagKernel::Forget() {
+  _wordOf = {};
+  _words.clear();
+  _rows.clear();
+  _tags.clear();
+}
+
+void TagKernel::SetTags(Word& word, std::span<const int> tags, std::size_t tagCount) {
+  word.firstTag = static_cast<std::uint32_t>(_tags.size());
+  // Tags that the model doesn't know, or that are listed twice, are for the plain search.
+  for (std::size_t i = 0; i < tags.size(); ++i) {
+    const bool isKnown = tags[i] >= 0 && static_cast<std::size_t>(tags[i]) < tagCount;
+    const std::span<const int> before = tags.first(i);
+    if (!isKnown || std::find(before.begin(), before.end(), tags[i]) != before.end()) return;
+  }
+  word.tagCount = static_cast<std::uint32_t>(tags.size());
+  _tags.insert(_tags.end(), tags.begin(), tags.end());
+}
+
+bool TagKernel::Search(const TagTables& tables) {
+  _states.clear();
+  _stages.clear();
+  _margins.clear();
+  // The state before the first word.
+  _states.push_back({1.0, 0, -1, true});
+  std::size_t begin = 0;
+  std::size_t meeting = 0;  // words up to the last one with a single tag
+  for (std::size_t i = 0; i < _sentence.size(); ++i) {
+    const std::size_t end = _states.size();
+    _stages.push_back(end);
+    _margins.push_back(Margin(tables, i + 1 - meeting, i + 1));
+    const Word& word = _words[_sentence[i]];
+    if (word.tagCount == 1 && end - begin == 1) {
+      _states.push_back({1.0, static_cast<std::uint32_t>(begin), _tags[word.firstTag], true});
+    } else if (!AddStates(tables, i, begin, end, _margins.back())) {
+      return false;
+    }
+    if (word.tagCount == 1) meeting = i + 1;
+    begin = end;
+  }
+  _stages.push_back(_states.size());
+  return TraceBack(_margins.back());
+}
+
+bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::size_t begin,
+                          std::size_t end, double margin) {
+  const std::size_t size = tables.RowSize();
+  const auto idAt = [this](std::size_t i) { return _words[_sentence[i]].id; };
+  const Word& word = _words[_sentence[position]];
+  const double* const own = _rows.data() + _sentence[position] * size;
+  _row.assign(own, own + size);
+  tables.AddContext(position == 0 ? tables.BeginId() : idAt(position - 1), word.id,
+                    position + 1 == _sentence.size() ? tables.EndId() : idAt(position + 1),
+                    _row.data());
+
+  // After a single state the normaliser is the same for all.
+  const bool isSingle = end - begin == 1;
+  _weights.clear();
+  for (std::size_t state = begin; state < end; ++state) {
+    const double* const after = tables.AfterTag(_states[state].tag);
+    _weights.push_back(isSingle ? 1.0
+                                : _states[state].score / SumOfProducts(_row.data(), after, size));
+  }
+  double largest = 0;
+  for (const std::int32_t tag : Tags(word)) {
+    const auto column = static_cast<std::size_t>(tag);
+    double best = 0;
+    double second = 0;
+    std::size_t previous = begin;
+    for (std::size_t state = begin; state < end; ++state) {
+      const double score = _weights[state - begin] * tables.AfterTag(_states[state].tag)[column];
+      if (score > best) {
+        second = best;
+        best = score;
+        previous = state;
+      } else if (score > second) {
+        second = score;
+      }
+    }
+    if (!(best >= kSmallestProduct)) return false;
+    largest = std::max(largest, best * _row[column]);
+    _states.push_back({best * _row[column], static_cast<std::uint32_t>(previous), tag,
+                       second < best * (1 - margin)});
+  }
+  // A power of two, so that nothing is rounded.
+  const double scale = word.tagCount == 1 ? 1 / largest : std::exp2(-std::ilogb(largest));
+  for (std::size_t state = end; state < _states.size(); ++state) {
+    _states[state].score *= scale;
+    if (!(_states[state].score >= kSmallest)) return false;
+  }
+  return true;
+}
+
+bool TagKernel::TraceBack(double margin) {
+  // The best state of each word that the path goes through, and how many may be ahead of it.
+  const auto countAhead = [this](std::size_t position, std::size_t state, double allowance) {
+    const double least = _states[state].score * (1 - allowance);
+    std::size_t ahead = 0;
+    for (std::size_t other = _stages[position]; other < _stages[position + 1]; ++other) {
+      if (other != state && _states[other].score >= least) ++ahead;
+    }
+    return ahead;
+  };
+  std::size_t position = _sentence.size() - 1;
+  std::size_t state = _stages[position];
+  for (std::size_t other = state + 1; other < _stages[position + 1]; ++other) {
+    if (_states[other].score > _states[state].score) state = other;
+  }
+  if (countAhead(position, state, margin) > 0) return false;
+  _path.resize(_sentence.size());
+  for (;; --position) {
+    // Of more tags than the beam is wide only the best ones go on.
+    const bool isCut = _stages[position + 1] - _stages[position] > kTagBeamWidth;
+    if (!_states[state].isCertain ||
+        (isCut && countAhead(position, state, _margins[position]) >= kTagBeamWidth)) {
+      return false;
+    }
+    _path[position] = _states[state].tag;
+    state = _states[state].previous;
+    if (position == 0) return true;
+  }
+}
+
+}  // namespace Tolvek
