@@ -58,10 +58,11 @@ void TagKernel::Forget() {
 void TagKernel::SetTags(Word& word, std::span<const int> tags, std::size_t tagCount) {
   word.firstTag = static_cast<std::uint32_t>(_tags.size());
   // Tags that the model doesn't know, or that are listed twice, are for the plain search.
-  for (std::size_t i = 0; i < tags.size(); ++i) {
-    const bool isKnown = tags[i] >= 0 && static_cast<std::size_t>(tags[i]) < tagCount;
-    const std::span<const int> before = tags.first(i);
-    if (!isKnown || std::find(before.begin(), before.end(), tags[i]) != before.end()) return;
+  _isListed.assign(tagCount, false);
+  for (const int tag : tags) {
+    const auto number = static_cast<std::size_t>(tag);  // -1 is too large
+    if (number >= tagCount || _isListed[number]) return;
+    _isListed[number] = true;
   }
   word.tagCount = static_cast<std::uint32_t>(tags.size());
   _tags.insert(_tags.end(), tags.begin(), tags.end());

@@ -94,6 +94,7 @@ class TagKernel {
   std::string _tagged;
   TagFeatures _features;
   std::vector<int> _possible;
+  std::vector<bool> _isListed;  ///< by tag
   PathCounts _counts;
 };
 
