@@ -8,7 +8,9 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "common/Globals.h"
 #include "common/ResourceFile.h"
 #include "fuzz/FuzzInput.h"
 #include "tests/property/Outcome.h"
@@ -69,6 +71,26 @@ inline void WriteTextRecord(ResourceWriter& file, std::string_view text) {
 /// Writes a resource to this process's scratch folder.
 inline void WriteResource(const std::string& name, std::string_view bytes) {
   WriteInput(name, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+}
+
+/// Writes the binary model "me": each feature's list of tags, and the values of all lists.
+inline void WriteModel(const std::vector<std::string>& features,
+                       const std::vector<std::string>& tags,
+                       const std::vector<std::vector<int>>& lists, std::vector<double> values) {
+  ResourceWriter file;
+  file.WriteBytes(g_Model_Header);
+  for (const std::vector<std::string>* const texts : {&features, &tags}) {
+    file.Write(static_cast<std::int32_t>(texts->size()));
+    for (const std::string& text : *texts) WriteTextRecord(file, text);
+  }
+  for (const std::vector<int>& list : lists) {
+    file.Write(static_cast<std::int32_t>(list.size()));
+    for (const int tag : list) file.Write(tag);
+  }
+  values.push_back(0);  // a binary model needs one
+  file.Write(static_cast<std::int32_t>(values.size()));
+  for (const double value : values) file.Write(value);
+  WriteResource("me", file.Bytes());
 }
 
 /// Ends the run unless both ways of decoding left the same behind.

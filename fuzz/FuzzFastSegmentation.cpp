@@ -79,20 +79,9 @@ void WriteModel(FuzzBytes& bytes) {
     for (std::size_t i = 0; i < list.size(); ++i) values.push_back(bytes.Weight());
   }
 
-  ResourceWriter file;
-  file.WriteBytes(Tolvek::g_Model_Header);
-  file.Write(static_cast<std::int32_t>(features.size()));
-  for (const std::string& feature : features) Tolvek::WriteTextRecord(file, feature);
-  file.Write(static_cast<std::int32_t>(tags.size()));
-  for (const char tag : tags) Tolvek::WriteTextRecord(file, std::string_view(&tag, 1));
-  for (const std::vector<int>& list : lists) {
-    file.Write(static_cast<std::int32_t>(list.size()));
-    for (const int tag : list) file.Write(tag);
-  }
-  values.push_back(0);  // a binary model needs one
-  file.Write(static_cast<std::int32_t>(values.size()));
-  for (const double value : values) file.Write(value);
-  Tolvek::WriteResource("me", file.Bytes());
+  std::vector<std::string> names;
+  for (const char tag : tags) names.emplace_back(1, tag);
+  Tolvek::WriteModel(features, names, lists, std::move(values));
 }
 
 void WriteLanguageModel(FuzzBytes& bytes) {

@@ -17,9 +17,6 @@
 
 namespace Tolvek {
 
-/// So many paths are followed at most.
-inline constexpr std::size_t kTagBeamWidth = 30;
-
 /// One candidate tag of one word.
 struct TagAlt {
   int tag;  ///< its id in the model

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "common/TwoDoubles.h"
-#include "tagging/TagDecoder.h"
 
 namespace Tolvek {
 
@@ -143,7 +142,7 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
 }
 
 bool TagKernel::TraceBack(double margin) {
-  // The best state of each word that the path goes through, and how many may be ahead of it.
+  // How many other states of a word may, as documented, be as good as this one.
   const auto countAhead = [this](std::size_t position, std::size_t state, double allowance) {
     const double least = _states[state].score * (1 - allowance);
     std::size_t ahead = 0;

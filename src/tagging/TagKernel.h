@@ -15,6 +15,9 @@
 
 namespace Tolvek {
 
+/// So many paths are followed at most when a sentence is tagged.
+inline constexpr std::size_t kTagBeamWidth = 30;
+
 /// Tags sentences over `TagTables`, with the result of the plain search to the last byte.
 ///
 /// Three ideas, each by itself worth a multiple:

@@ -8,14 +8,15 @@ namespace Tolvek {
 template <class Evaluate>
 auto TagModel::WithPrevious(TagFeatures& features, int previous, const Evaluate& evaluate) const {
   const std::size_t size = features.size();
-  AddFeature(PreviousTagFeature(previous), 1.0, features);
+  if (const int id = PreviousTagFeatureId(previous); id != -1) features.emplace_back(id, 1.0);
   const auto result = evaluate();
   features.resize(size);
   return result;
 }
 
-std::string TagModel::PreviousTagFeature(int previous) const {
-  return "0/" + (previous == -1 ? std::string(kBeginOfSentence) : TagName(previous));
+int TagModel::PreviousTagFeatureId(int previous) const {
+  return _meModel.GetFeatureId(previous == -1 ? PreviousTagFeature(kBeginOfSentence)
+                                              : PreviousTagFeature(TagName(previous)));
 }
 
 void TagModel::AddFeature(std::string_view text, double value, TagFeatures& features) const {

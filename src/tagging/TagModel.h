@@ -14,6 +14,12 @@ namespace Tolvek {
 /// Features that a model knows: (feature id, value).
 using TagFeatures = std::vector<std::pair<int, double>>;
 
+/// The text of the feature of the tag before, by its name; `kBeginOfSentence` before the first
+/// word.
+inline std::string PreviousTagFeature(std::string_view tag) {
+  return std::string("0/").append(tag);
+}
+
 /// A maximum-entropy model whose tags are parts of speech: what the scorers of both languages
 /// share. Beside a word's own features it has one of the tag before: "0/" and that tag's name, or
 /// "0/B_0" at the start of a sentence. A tag is its id in the model; -1 stands for none.
@@ -30,8 +36,8 @@ class TagModel {
   std::string TagName(int tag) const { return _meModel.GetTag(tag); }
   int TagCount() const { return _meModel.GetTagSize(); }
 
-  /// The text of the feature of the tag before; -1 is the beginning of a sentence.
-  std::string PreviousTagFeature(int previous) const;
+  /// The id of the feature of the tag before, -1 being the beginning of a sentence; -1 if unknown.
+  int PreviousTagFeatureId(int previous) const;
   const MeModel& Parameters() const { return _meModel; }
 
   /// Appends the feature, unless the model doesn't know it.

@@ -34,7 +34,10 @@ class TagTables::Builder {
     for (int tag = 0; tag < tags; ++tag) {
       _tables._suffixes.push_back("/" + _model.TagName(tag) + " ");
     }
-    return AddWords() && AddFeatures() && AddPreviousTags();
+    if (!AddWords()) return false;
+    AddFeatures();
+    AddPreviousTags();
+    return true;
   }
 
  private:
@@ -75,7 +78,7 @@ class TagTables::Builder {
   }
 
   /// Puts the factors of the features into lists: first counts them, then enters each in its place.
-  bool AddFeatures() {
+  void AddFeatures() {
     _tables._pairs.resize(1);
     _tables._around.resize(1);
     std::vector<std::uint32_t> ends(1);  // of the lists, by number from 1; before, their sizes
@@ -112,7 +115,6 @@ class TagTables::Builder {
       place(pair.forFirst);
     }
     for (List& around : _tables._around) place(around);
-    return true;
   }
 
   List& ListFor(const ContextTemplate& each, Id first, Id second) {
@@ -137,17 +139,16 @@ class TagTables::Builder {
     return values[number];
   }
 
-  bool AddPreviousTags() {
+  void AddPreviousTags() {
     _tables._afterTag.assign((_tables._tagCount + 1) * _tables._rowSize, 0.0);
     double* row = _tables._afterTag.data();
     for (int tag = -1; tag < _model.TagCount(); ++tag, row += _tables._rowSize) {
       std::fill_n(row, _tables._tagCount, 1.0);
-      const int feature = _model.Parameters().GetFeatureId(_model.PreviousTagFeature(tag));
+      const int feature = _model.PreviousTagFeatureId(tag);
       if (feature == -1) continue;
       _model.Parameters().ForEachParameter(
           feature, [row](int next, double lambda) { row[next] = std::exp(lambda); });
     }
-    return true;
   }
 
   TagTables& _tables;

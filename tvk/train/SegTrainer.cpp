@@ -20,9 +20,6 @@ namespace Tolvek {
 
 namespace {
 
-constexpr std::string_view kSentenceBegin = "B_0";
-constexpr std::string_view kSentenceEnd = "E_0";
-
 std::vector<TagSet> AllAllowedTags(const SegAlphabet& alphabet, const CharIds& sentence) {
   std::vector<TagSet> allowed;
   allowed.reserve(sentence.size());
@@ -155,8 +152,8 @@ void SegTrainer::ForEachFeature(const CharIds& sentence, std::size_t position,
     return _alphabet.Text(sentence[i]);
   };
   SegScore::ForEachFeature(
-      _charType, position == 0 ? kSentenceBegin : textAt(position - 1), textAt(position),
-      position + 1 == sentence.size() ? kSentenceEnd : textAt(position + 1),
+      _charType, position == 0 ? kBeginOfSentence : textAt(position - 1), textAt(position),
+      position + 1 == sentence.size() ? kEndOfSentence : textAt(position + 1),
       [&](std::string_view text, double value) {
         // The text form of a model trims its lines: such a feature would never be found.
         if (std::string_view(" \t\r\n").find(text.back()) == std::string_view::npos) {

@@ -30,7 +30,7 @@ TagTeacher::TagTeacher(const TagSet& tags, const SentenceFeatures& features,
                        const TagModelFit& model, const TagDictionaryBuilder& dictionary)
     : _tags(tags), _features(features), _model(model), _dictionary(dictionary) {
   std::vector<std::string> before = tags.Names();
-  before.emplace_back("B_0");
+  before.emplace_back(kBeginOfSentence);
   for (const std::string& tag : before) {
     _transitions.emplace_back(tags.Names().size());
     AddScores(PreviousTagFeature(tag), 1.0, _transitions.back());

@@ -63,7 +63,7 @@ void TagTrainer::ForEachFeature(const TaggedSentence& sentence, std::size_t posi
   };
   _features(sentence.words, position, visitShort);
   if (position == 0) {
-    visitShort(PreviousTagFeature("B_0"), 1.0);
+    visitShort(PreviousTagFeature(kBeginOfSentence), 1.0);
   } else if (const int previous = sentence.tags[position - 1]; previous != -1) {
     visitShort(PreviousTagFeature(_tags.Names()[static_cast<std::size_t>(previous)]), 1.0);
   }

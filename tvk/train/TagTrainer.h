@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "common/FlatMap.h"
+#include "model/ContextTemplate.h"
+#include "tagging/TagModel.h"
 #include "tvk/text/StepLog.h"
 #include "tvk/train/Corpus.h"
 #include "tvk/train/MaxEntTrainer.h"
@@ -50,9 +52,8 @@ template <class ForEachFeature>
 SentenceFeatures NeighbourFeatures(ForEachFeature forEachFeature) {
   return [forEachFeature](const std::vector<std::string>& words, std::size_t position,
                           const FeatureVisitor& visit) {
-    forEachFeature(position == 0 ? std::string_view("B_0") : words[position - 1], words[position],
-                   position + 1 == words.size() ? std::string_view("E_0") : words[position + 1],
-                   visit);
+    forEachFeature(position == 0 ? kBeginOfSentence : words[position - 1], words[position],
+                   position + 1 == words.size() ? kEndOfSentence : words[position + 1], visit);
   };
 }
 
@@ -108,10 +109,5 @@ class TagTrainer {
   StepLog& _log;
   std::vector<Text> _texts;
 };
-
-/// The feature of the tag before; "B_0" before the first word.
-inline std::string PreviousTagFeature(std::string_view tag) {
-  return "0/" + std::string(tag);
-}
 
 }  // namespace Tolvek

@@ -22,8 +22,8 @@ class Window {
   /// The word so many places on; a text of its own beyond the edges.
   std::string_view operator[](std::ptrdiff_t offset) const {
     const std::ptrdiff_t at = _position + offset;
-    if (at < 0) return "B_0";
-    if (at >= static_cast<std::ptrdiff_t>(_words.size())) return "E_0";
+    if (at < 0) return kBeginOfSentence;
+    if (at >= static_cast<std::ptrdiff_t>(_words.size())) return kEndOfSentence;
     return _words[static_cast<std::size_t>(at)];
   }
 
