@@ -21,10 +21,18 @@ TwoDoubles Load(const double* numbers) {
   return two;
 }
 
-/// The sum of the products of two rows, whose length is even.
+/// The sum of the products of two rows, whose length is even. Two sums at a time, as an addition
+/// waits for the one before.
 double SumOfProducts(const double* a, const double* b, std::size_t size) {
   TwoDoubles sum = Both(0);
-  for (std::size_t i = 0; i < size; i += 2) sum += Load(a + i) * Load(b + i);
+  TwoDoubles other = Both(0);
+  std::size_t i = 0;
+  for (; i + 4 <= size; i += 4) {
+    sum += Load(a + i) * Load(b + i);
+    other += Load(a + i + 2) * Load(b + i + 2);
+  }
+  if (i < size) sum += Load(a + i) * Load(b + i);
+  sum += other;
   return sum[0] + sum[1];
 }
 
@@ -47,24 +55,29 @@ double Margin(const TagTables& tables, std::size_t steps, std::size_t words) {
 
 }  // namespace
 
-void TagKernel::Forget() {
-  _wordOf = {};
-  _words.clear();
-  _rows.clear();
-  _tags.clear();
-}
-
-void TagKernel::SetTags(Word& word, std::span<const int> tags, std::size_t tagCount) {
-  word.firstTag = static_cast<std::uint32_t>(_tags.size());
-  // Tags that the model doesn't know, or that are listed twice, are for the plain search.
+void TagKernel::CheckPossible(std::size_t tagCount) {
   _isListed.assign(tagCount, false);
-  for (const int tag : tags) {
+  for (const int tag : _possible) {
     const auto number = static_cast<std::size_t>(tag);  // -1 is too large
-    if (number >= tagCount || _isListed[number]) return;
+    if (number >= tagCount || _isListed[number]) {
+      _possible.clear();
+      return;
+    }
     _isListed[number] = true;
   }
-  word.tagCount = static_cast<std::uint32_t>(tags.size());
-  _tags.insert(_tags.end(), tags.begin(), tags.end());
+}
+
+void TagKernel::LookUp(const TagTables& tables, std::size_t begin, std::size_t end) {
+  const auto idAt = [this](std::size_t i) { return _words.At(_sentence[i]).id; };
+  TagTables::Id previous = begin == 0 ? tables.BeginId() : idAt(begin - 1);
+  TagTables::Id current = idAt(begin);
+  for (std::size_t i = begin; i < end; ++i) {
+    const TagTables::Id next = i + 1 == _sentence.size() ? tables.EndId() : idAt(i + 1);
+    _contexts[i - begin] = tables.FindContext(previous, current, next);
+    _words.PrefetchRow(_sentence[i]);
+    previous = current;
+    current = next;
+  }
 }
 
 bool TagKernel::Search(const TagTables& tables) {
@@ -76,12 +89,13 @@ bool TagKernel::Search(const TagTables& tables) {
   std::size_t begin = 0;
   std::size_t meeting = 0;  // words up to the last one with a single tag
   for (std::size_t i = 0; i < _sentence.size(); ++i) {
+    if (i % kBlock == 0) LookUp(tables, i, std::min(i + kBlock, _sentence.size()));
     const std::size_t end = _states.size();
     _stages.push_back(end);
     _margins.push_back(Margin(tables, i + 1 - meeting, i + 1));
-    const Word& word = _words[_sentence[i]];
+    const KeptWords::Word& word = _words.At(_sentence[i]);
     if (word.tagCount == 1 && end - begin == 1) {
-      _states.push_back({1.0, static_cast<std::uint32_t>(begin), _tags[word.firstTag], true});
+      _states.push_back({1.0, static_cast<std::uint32_t>(begin), _words.Tags(word)[0], true});
     } else if (!AddStates(tables, i, begin, end, _margins.back())) {
       return false;
     }
@@ -95,13 +109,10 @@ bool TagKernel::Search(const TagTables& tables) {
 bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::size_t begin,
                           std::size_t end, double margin) {
   const std::size_t size = tables.RowSize();
-  const auto idAt = [this](std::size_t i) { return _words[_sentence[i]].id; };
-  const Word& word = _words[_sentence[position]];
-  const double* const own = _rows.data() + _sentence[position] * size;
-  _row.assign(own, own + size);
-  tables.AddContext(position == 0 ? tables.BeginId() : idAt(position - 1), word.id,
-                    position + 1 == _sentence.size() ? tables.EndId() : idAt(position + 1),
-                    _row.data());
+  const KeptWords::Word& word = _words.At(_sentence[position]);
+  const std::span<const double> own = _words.Row(_sentence[position]);
+  _row.assign(own.begin(), own.end());
+  tables.Multiply(_contexts[position % kBlock], _row.data());
 
   // After a single state the normaliser is the same for all.
   const bool isSingle = end - begin == 1;
@@ -112,7 +123,7 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
                                 : _states[state].score / SumOfProducts(_row.data(), after, size));
   }
   double largest = 0;
-  for (const std::int32_t tag : Tags(word)) {
+  for (const std::int32_t tag : _words.Tags(word)) {
     const auto column = static_cast<std::size_t>(tag);
     double best = 0;
     double second = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -9,8 +10,8 @@
 #include <vector>
 
 #include "common/Fields.h"
-#include "common/FlatMap.h"
 #include "decoder/PathCounts.h"
+#include "tagging/KeptWords.h"
 #include "tagging/TagTables.h"
 
 namespace Tolvek {
@@ -24,9 +25,9 @@ inline constexpr std::size_t kTagBeamWidth = 30;
 ///
 /// - Where a word has one possible tag, all paths meet. Between two such words there is nothing to
 ///   decide, so nothing is computed; elsewhere scores count from the last such word.
-/// - The scores of a word by itself are computed once and kept (`Word`), as exponentials. Those in
-///   a context are their products with the factors of the neighbours and of the tag before, and a
-///   normaliser is a sum of products: neither exponentials nor logarithms are left.
+/// - The scores of a word by itself are computed once and kept (`KeptWords`), as exponentials.
+///   Those in a context are their products with the factors of the neighbours and of the tag
+///   before, and a normaliser is a sum of products: neither exponentials nor logarithms are left.
 /// - Decisions are certified. Scores here are probabilities and rounded in other places than the
 ///   documented sums of logarithms; each decision of the best path must be won by more than both
 ///   can be off (`Margin`). Otherwise the sentence is left to the plain search.
@@ -39,22 +40,15 @@ class TagKernel {
   template <class Scorer>
   bool Tag(const Scorer& scorer, std::string_view line, std::string& out);
 
-  /// Forgets all words: needed when another scorer comes.
-  void Forget();
+  /// Needed when another scorer comes.
+  void Forget() { _revision = kNoRevision; }
 
   PathCounts& Counts() { return _counts; }
   const PathCounts& Counts() const { return _counts; }
 
  private:
-  /// More are forgotten before the next sentence, so that memory stays bounded.
-  static constexpr std::size_t kMostWords = 32768;
-
-  /// What is kept of a word; its factors by itself are a row of `_rows`.
-  struct Word {
-    TagTables::Id id = TagTables::kUnknown;
-    std::uint32_t firstTag = 0;  ///< its possible tags are a part of `_tags`
-    std::uint32_t tagCount = 0;  ///< 0: the plain search must decide
-  };
+  /// No scorer with tables is of this one.
+  static constexpr unsigned kNoRevision = 0;
 
   /// A path's end: a tag of a word.
   struct State {
@@ -64,10 +58,16 @@ class TagKernel {
     bool isCertain;  ///< is `previous` better than any other by more than the margin?
   };
 
+  /// The number of a word, which is looked up and scored when it is not kept.
   template <class Scorer>
-  std::uint32_t Find(const Scorer& scorer, std::string_view text);
-  void SetTags(Word& word, std::span<const int> tags, std::size_t tagCount);
+  KeptWords::Number Find(const Scorer& scorer, std::string_view text);
+  /// Leaves out all tags when one is not the model's, or is listed twice.
+  void CheckPossible(std::size_t tagCount);
 
+  /// So many words are looked up at once, so that the waits for memory overlap.
+  static constexpr std::size_t kBlock = 64;
+  /// Finds the contexts of the words from `begin` to `end`.
+  void LookUp(const TagTables& tables, std::size_t begin, std::size_t end);
   /// Finds the best path and leaves its states in `_path`.
   bool Search(const TagTables& tables);
   /// Adds the states of a word that follows upon the states from `begin` to `end`.
@@ -75,19 +75,13 @@ class TagKernel {
                  double margin);
   bool TraceBack(double margin);
 
-  std::span<const std::int32_t> Tags(const Word& word) const {
-    return std::span(_tags).subspan(word.firstTag, word.tagCount);
-  }
-
-  FlatMap<std::string, std::uint32_t> _wordOf;  ///< text to entry of `_words`
-  std::vector<Word> _words;
-  std::vector<double> _rows;
-  std::vector<std::int32_t> _tags;
-  unsigned _revision = 0;  ///< of the scorer that the words come from
+  KeptWords _words;                  ///< those without tags are for the plain search
+  unsigned _revision = kNoRevision;  ///< of the scorer that the words come from
 
   // Reused from sentence to sentence.
   std::vector<std::string_view> _texts;
-  std::vector<std::uint32_t> _sentence;  ///< entries of `_words`
+  std::vector<KeptWords::Number> _sentence;
+  std::array<TagTables::Context, kBlock> _contexts;
   std::vector<State> _states;
   std::vector<std::size_t> _stages;  ///< position i: `_states` from entry i to entry i + 1
   std::vector<double> _margins;      ///< by position
@@ -105,8 +99,9 @@ template <class Scorer>
 bool TagKernel::Tag(const Scorer& scorer, std::string_view line, std::string& out) {
   const TagTables* const tables = scorer.Tables();
   if (tables == nullptr) return false;
-  if (_revision != scorer.Revision() || _words.size() > kMostWords) Forget();
+  if (_revision != scorer.Revision()) _words.Clear(tables->RowSize());
   _revision = scorer.Revision();
+  _words.MakeRoom();
 
   _texts.clear();
   _sentence.clear();
@@ -114,7 +109,7 @@ bool TagKernel::Tag(const Scorer& scorer, std::string_view line, std::string& ou
   ForEachField(line, [&](std::string_view text) {
     _texts.push_back(text);
     _sentence.push_back(Find(scorer, text));
-    isUsual = isUsual && _words[_sentence.back()].tagCount != 0;
+    isUsual = isUsual && _words.At(_sentence.back()).tagCount != 0;
   });
   if (!isUsual || _texts.empty() || !Search(*tables)) return false;
 
@@ -128,22 +123,18 @@ bool TagKernel::Tag(const Scorer& scorer, std::string_view line, std::string& ou
 }
 
 template <class Scorer>
-std::uint32_t TagKernel::Find(const Scorer& scorer, std::string_view text) {
-  const auto known = _wordOf.find(text);
-  if (known != _wordOf.end()) return known->second;
+KeptWords::Number TagKernel::Find(const Scorer& scorer, std::string_view text) {
+  const KeptWords::Number known = _words.Find(text);
+  if (known != KeptWords::kNone) return known;
   const TagTables& tables = *scorer.Tables();
-  const auto number = static_cast<std::uint32_t>(_words.size());
-  _wordOf.insert({std::string(text), number});
-  Word& word = _words.emplace_back();
-  word.id = tables.IdOf(text);
-  const bool isListed = scorer.GetPossiblePos(std::string(text), _possible);
-  if (!isListed) {
+  if (!scorer.GetPossiblePos(std::string(text), _possible)) {
     for (int tag = 0; tag < scorer.GetPosSize(); ++tag) _possible.push_back(tag);
   }
-  SetTags(word, _possible, tables.TagCount());
+  CheckPossible(tables.TagCount());
+  const TagTables::Id id = tables.IdOf(text);
+  const KeptWords::Number number = _words.Add(text, id, _possible);
   scorer.GenerateWordFeatures(text, _features);
-  _rows.resize(_rows.size() + tables.RowSize());
-  tables.ScoreWord(word.id, _features, std::span(_rows).last(tables.RowSize()));
+  tables.ScoreWord(id, _features, _words.Row(number));
   return number;
 }
 

@@ -180,14 +180,13 @@ void TagTables::ScoreWord(Id word, const TagFeatures& features, std::span<double
   Multiply(_words[word].asCurrent, row.data());
 }
 
-void TagTables::AddContext(Id previous, Id current, Id next, double* row) const {
-  Multiply(_words[previous].asPrevious, row);
-  Multiply(_words[next].asNext, row);
-  const std::uint32_t before = _pairIndex.Find(previous, current);
-  const std::uint32_t after = _pairIndex.Find(current, next);
-  Multiply(_pairs[before].forSecond, row);
-  Multiply(_pairs[after].forFirst, row);
-  Multiply(_around[_aroundIndex.Find(previous, next)], row);
+TagTables::Context TagTables::FindContext(Id previous, Id current, Id next) const {
+  const Context context = {_words[previous].asPrevious, _words[next].asNext,
+                           _pairs[_pairIndex.Find(previous, current)].forSecond,
+                           _pairs[_pairIndex.Find(current, next)].forFirst,
+                           _around[_aroundIndex.Find(previous, next)]};
+  for (const List& list : context) __builtin_prefetch(_factors.data() + list.begin);
+  return context;
 }
 
 }  // namespace Tolvek

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -45,8 +46,18 @@ class TagTables {
 
   /// Replaces a row by the factors of a word by itself, given the features of its own bytes.
   void ScoreWord(Id word, const TagFeatures& features, std::span<double> row) const;
-  /// Multiplies a row by the factors of the words around.
-  void AddContext(Id previous, Id current, Id next, double* row) const;
+  /// The factors of one or more features: some of those of the tables.
+  struct List {
+    std::uint32_t begin = 0;
+    std::uint32_t end = 0;
+  };
+  /// The factors that the words around give to a word.
+  using Context = std::array<List, 5>;
+  /// Finds them, and asks the processor for the memory.
+  Context FindContext(Id previous, Id current, Id next) const;
+  void Multiply(const Context& context, double* row) const {
+    for (const List& list : context) Multiply(list, row);
+  }
   /// The factors of the tag before, -1 at the beginning of a sentence.
   const double* AfterTag(int previous) const {
     return _afterTag.data() + static_cast<std::size_t>(previous + 1) * _rowSize;
@@ -61,11 +72,6 @@ class TagTables {
   struct Factor {
     std::uint32_t tag;
     double factor;
-  };
-  /// Factors of one or more features, one after another in `_factors`.
-  struct List {
-    std::uint32_t begin = 0;
-    std::uint32_t end = 0;
   };
   struct Word {
     List asPrevious;
@@ -95,7 +101,7 @@ class TagTables {
   std::vector<Pair> _pairs;
   PairIndex _aroundIndex;
   std::vector<List> _around;
-  std::vector<Factor> _factors;
+  std::vector<Factor> _factors;   ///< those of a list side by side
   std::vector<double> _afterTag;  ///< [tags + 1][row]
   double _largestSum = 0;
 };
