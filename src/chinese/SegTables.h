@@ -125,6 +125,7 @@ class SegTables {
   };
   /// Asks the processor for the memory that `Find` begins with.
   void Prefetch(Id previous, Id current) const { _found.Prefetch(previous, current); }
+  /// Finds it, and asks the processor for the memory of what was found.
   Context Find(Id previous, Id current, Id next) const {
     // What a pair has is hard to foretell: no jump depends on it.
     std::uint32_t found = _found.Find(previous, current);
@@ -142,6 +143,10 @@ class SegTables {
     }
     context.bigrams = &_numbers[BigramPlace(found)];
     context.transitions = found & kTransitionBits;
+    __builtin_prefetch(context.withPrevious);
+    __builtin_prefetch(context.bigrams);
+    __builtin_prefetch(context.around);
+    __builtin_prefetch(&_keys[At(current).key]);
     return context;
   }
 
