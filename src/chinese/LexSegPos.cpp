@@ -9,13 +9,6 @@
 
 namespace Tolvek {
 
-namespace {
-
-constexpr double kLanguageModelWeight = 0.3;
-constexpr int kOrder = 2;
-
-}  // namespace
-
 LexSegPos::LexSegPos()
     : _charType(std::make_unique<CharType>()),
       _segScore(std::make_unique<SegScore>(_charType.get())),

@@ -25,6 +25,11 @@ namespace Tolvek {
 /// Not re-entrant: one object a thread.
 class LexSegPos {
  public:
+  /// The weight of the language model beside that of the features: 1 together.
+  static constexpr double kLanguageModelWeight = 0.3;
+  /// So many tags a path's score looks at.
+  static constexpr int kOrder = 2;
+
   LexSegPos();
 
   /// Loads the resources, with those of tagging if asked. False, after the component's own message,

@@ -55,6 +55,8 @@ TEST(SegEvaluation, SaysWhereTextsDiffer) {
   EXPECT_FALSE(CompareSentence({"中", "国"}, {"中"}, {}, counts, difference));
   EXPECT_EQ(difference, "\"国\" expected at character 2, found the end of the line");
   EXPECT_EQ(counts.sentences, 0U);
+  EXPECT_EQ(ShowLeftOut(counts), " (sentences left out, as their text comes out differently: 2)");
+  EXPECT_EQ(ShowLeftOut(SegCounts{}), "");
 }
 
 TEST(SegEvaluation, UndefinedIsShownAsSuch) {

@@ -128,9 +128,7 @@ class Report {
 void Run(const Task& task, const Options& options) {
   WordSet known;
   for (const std::string& path : options.training) {
-    for (const Sentence& sentence : ReadCorpus(path, options.encoding, options.tagging).sentences) {
-      known.insert(sentence.words.begin(), sentence.words.end());
-    }
+    AddWords(ReadCorpus(path, options.encoding, options.tagging), known);
   }
   const Corpus gold =
       ReadCorpus(options.gold, options.encoding, task.tags ? Tagging::kTagged : options.tagging);

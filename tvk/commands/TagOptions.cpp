@@ -176,10 +176,10 @@ void SayAccuracy(const TagCounts& goldWords, const TagCounts& running, StepLog& 
   log.Say("written model on the development corpus: tag accuracy on gold words " +
           ShowRatio(TagAccuracy(goldWords)) + ", on unknown ones " +
           ShowRatio(UnknownTagAccuracy(goldWords)) + ", on known ones " +
-          ShowRatio(KnownTagAccuracy(goldWords)));
+          ShowRatio(KnownTagAccuracy(goldWords)) + ShowLeftOut(goldWords.words));
   if (running.words.goldWords > 0) {
     log.Say("from running text: F1 of words " + ShowRatio(F1(running.words)) +
-            ", of words with tags " + ShowRatio(F1(running.joint)));
+            ", of words with tags " + ShowRatio(F1(running.joint)) + ShowLeftOut(running.words));
   }
 }
 

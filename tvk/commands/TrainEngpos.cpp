@@ -133,8 +133,8 @@ void Run(const Options& options) {
     const TextCorpus corpus =
         Read(options.corpora[i], options.texts.empty() ? "" : options.texts[i], options.encoding);
     GoldText gold{MakeTagged(corpus.gold, tags), 1};
+    AddWords(corpus.gold, known);
     for (const Sentence& sentence : corpus.gold.sentences) {
-      known.insert(sentence.words.begin(), sentence.words.end());
       for (std::size_t w = 0; w < sentence.words.size(); ++w) {
         words.Count(sentence.words[w], sentence.tags[w]);
       }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "chinese/CharType.h"
+#include "chinese/LexSegPos.h"
 #include "chinese/PosScore.h"
 #include "chinese/PosTagger.h"
 #include "chinese/SegScore.h"
@@ -92,7 +93,7 @@ class SegmenterOfFolder {
   std::string _folder;
   CharType _characters;
   SegScore _scorer{&_characters};
-  Segmentor _segmentor{&_scorer, &_characters, 0.3, 2};
+  Segmentor _segmentor{&_scorer, &_characters, LexSegPos::kLanguageModelWeight, LexSegPos::kOrder};
   bool _isLoaded = false;
   Converter _toGbk{Encoding::kUtf8, Encoding::kGbk};
   std::size_t _skipped = 0;
@@ -148,9 +149,7 @@ void Run(const Options& options) {
   std::vector<GoldText> gold;
   for (const std::string& path : options.corpora) {
     const Corpus corpus = ReadCorpus(path, options.encoding, Tagging::kTagged);
-    for (const Sentence& sentence : corpus.sentences) {
-      known.insert(sentence.words.begin(), sentence.words.end());
-    }
+    AddWords(corpus, known);
     const Corpus gbk = InGbk(corpus);
     Count(gbk, words, characters);
     gold.push_back({MakeTagged(gbk, tags), 1});
@@ -182,7 +181,7 @@ void Run(const Options& options) {
   if (!scorer.Initialize(files.modelPath, files.dictionaryPath)) {
     throw Failure("the written model cannot be loaded");
   }
-  PosTagger tagger(&scorer, 2);
+  PosTagger tagger(&scorer, LexSegPos::kOrder);
   const Corpus development = ReadCorpus(options.development, options.encoding, Tagging::kTagged);
   SayAccuracy(Evaluate(tagger, development, known,
                        [&](const Sentence& sentence) { return segmenter.Join(sentence.words); }),

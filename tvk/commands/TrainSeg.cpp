@@ -8,6 +8,7 @@
 #include <memory>
 #include <thread>
 
+#include "chinese/LexSegPos.h"
 #include "chinese/SegScore.h"
 #include "chinese/Segmentor.h"
 #include "tvk/commands/Command.h"
@@ -41,7 +42,7 @@ SegCounts EvaluateWritten(const CharType& characters, const std::string& lmPath,
                           const std::string& mePath, const Corpus& corpus, const WordSet& known) {
   SegScore scorer(&characters);
   if (!scorer.Initialize(lmPath, mePath)) throw Failure("the written models cannot be loaded");
-  Segmentor segmentor(&scorer, &characters, 0.3, 2);
+  Segmentor segmentor(&scorer, &characters, LexSegPos::kLanguageModelWeight, LexSegPos::kOrder);
   segmentor.Initialize();
   const Converter toGbk(Encoding::kUtf8, Encoding::kGbk);
   const Converter toUtf8(Encoding::kGbk, Encoding::kUtf8);
@@ -79,9 +80,7 @@ void Run(const Options& options) {
   WordSet known;
   for (const std::string& path : options.corpora) {
     const Corpus corpus = ReadCorpus(path, options.encoding, options.tagging);
-    for (const Sentence& sentence : corpus.sentences) {
-      known.insert(sentence.words.begin(), sentence.words.end());
-    }
+    AddWords(corpus, known);
     trainer.AddCorpus(corpus);
   }
   for (const std::string& path : options.lexicons) {
@@ -111,7 +110,7 @@ void Run(const Options& options) {
   if (!development.sentences.empty() && !options.quiet) {
     const SegCounts counts = EvaluateWritten(characters, lmPath, mePath, development, known);
     log.Say("written models on the development corpus: F1 " + ShowRatio(F1(counts)) +
-            ", recall of unknown words " + ShowRatio(UnknownRecall(counts)));
+            ", recall of unknown words " + ShowRatio(UnknownRecall(counts)) + ShowLeftOut(counts));
   }
 }
 

@@ -25,6 +25,18 @@ Ratio KnownRecall(const SegCounts& counts) {
   return Divide(counts.correctWords - counts.unknownCorrect, counts.goldWords - counts.unknownGold);
 }
 
+std::string ShowLeftOut(const SegCounts& counts) {
+  if (counts.leftOut == 0) return "";
+  return " (sentences left out, as their text comes out differently: " +
+         std::to_string(counts.leftOut) + ")";
+}
+
+void AddWords(const Corpus& corpus, WordSet& words) {
+  for (const Sentence& sentence : corpus.sentences) {
+    words.insert(sentence.words.begin(), sentence.words.end());
+  }
+}
+
 void AddSentence(const std::vector<std::string>& gold, const Matching& matching,
                  const WordSet& known, const std::function<bool(const WordMatch&)>& isCorrect,
                  SegCounts& counts) {
@@ -43,7 +55,10 @@ void AddSentence(const std::vector<std::string>& gold, const Matching& matching,
 bool CompareSentence(const std::vector<std::string>& gold, const std::vector<std::string>& output,
                      const WordSet& known, SegCounts& counts, std::string& difference) {
   const std::optional<Matching> matching = MatchWords(gold, output, difference);
-  if (!matching) return false;
+  if (!matching) {
+    ++counts.leftOut;
+    return false;
+  }
   AddSentence(
       gold, *matching, known, [](const WordMatch&) { return true; }, counts);
   return true;

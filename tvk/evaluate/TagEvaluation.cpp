@@ -34,7 +34,10 @@ std::vector<Confusion> WorstConfusions(const TagCounts& counts, std::size_t most
 bool CompareSentence(const Sentence& gold, const Sentence& output, const WordSet& known,
                      TagCounts& counts, std::string& difference) {
   const std::optional<Matching> matching = MatchWords(gold.words, output.words, difference);
-  if (!matching) return false;
+  if (!matching) {
+    ++counts.words.leftOut;
+    return false;
+  }
   const auto hasRightTag = [&](const WordMatch& word) {
     return gold.tags.at(word.gold) == output.tags.at(*word.output);
   };

@@ -38,7 +38,7 @@ struct Confusion {
 std::vector<Confusion> WorstConfusions(const TagCounts& counts, std::size_t most);
 
 /// Adds the comparison of one sentence (UTF-8), as `MatchWords` makes it; both have one tag a word.
-/// False, and nothing added, when the texts differ; `difference` then says where.
+/// False, and left out, when the texts differ; `difference` then says where.
 bool CompareSentence(const Sentence& gold, const Sentence& output, const WordSet& known,
                      TagCounts& counts, std::string& difference);
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "chinese/CharType.h"
+#include "chinese/LexSegPos.h"
 #include "tvk/evaluate/SegEvaluation.h"
 #include "tvk/text/StepLog.h"
 #include "tvk/train/Corpus.h"
@@ -27,8 +28,9 @@ const std::vector<std::pair<std::string, FirstFit>>& FirstFitNames();
 struct SegTrainerOptions {
   FitOptions fit{.tolerance = 2e-4};
   FirstFit firstFit = FirstFit::kPaths;
-  double firstL2 = 1;     ///< the L2 penalty of the first fit
-  double alpha = 0.3;     ///< the language model's weight in the decoder
+  double firstL2 = 1;  ///< the L2 penalty of the first fit
+  /// The language model's weight in the decoder.
+  double alpha = LexSegPos::kLanguageModelWeight;
   int rounds = 2;         ///< of segmenting the raw text and fitting beside its language model
   int folds = 10;         ///< language models that have not seen the sentence they score
   int featureCutOff = 1;  ///< features seen fewer times are left out
