@@ -89,7 +89,7 @@ int CharType::GetFNameType(std::string_view character) const {
 }
 
 bool CharType::LoadExtraCorpus() {
-  ++_revision;
+  _loaded.Renew();
   BuildCharacterType(1, g_datapath + "Punc", _punctuation);
   BuildCharacterType(0, g_datapath + "ANum", _characterClass);
   BuildCharacterType(1, g_datapath + "CNum1", _characterClass);
@@ -111,7 +111,7 @@ void CharType::BuildCharacterType(int code, const std::string& path, TextTable& 
 }
 
 void CharType::BuildChineseNameType(const std::string& familyPath, const std::string& givenPath) {
-  ++_revision;
+  _loaded.Renew();
   ResourceFile family;
   ResourceFile given;
   for (const auto& [file, path] :
@@ -137,7 +137,7 @@ bool CharType::LoadBinaryExtraCorpus() {
 }
 
 bool CharType::LoadBinary(const std::string& path) {
-  ++_revision;
+  _loaded.Renew();
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "Can not open the Model File: " << path << std::endl;

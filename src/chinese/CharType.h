@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "common/FlatMap.h"
+#include "common/Revision.h"
 
 namespace Tolvek {
 
@@ -30,8 +31,8 @@ class CharType {
   /// 1 for a character of transliterated foreign names, else 0.
   int GetFNameType(std::string_view character) const;
 
-  /// A number that is another one after each loading.
-  unsigned Revision() const { return _revision; }
+  /// Another one after each loading.
+  const Revision& Loaded() const { return _loaded; }
 
   /// Calls `visit(std::string_view)` for every entry; for one of several tables more than once.
   template <class Visit>
@@ -68,7 +69,7 @@ class CharType {
   TextTable _characterClass;
   TextTable _chineseName;
   TextTable _foreignName;
-  unsigned _revision = 0;
+  Revision _loaded;
 };
 
 }  // namespace Tolvek

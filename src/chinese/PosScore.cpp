@@ -13,6 +13,8 @@ namespace Tolvek {
 
 bool PosScore::Initialize(const std::string& modelPath, const std::string& dictPath) {
   std::cerr << "Postagger Initializing ... " << std::flush;
+  _tables.reset();  // also when loading fails: the model changes
+  _loaded.Renew();
   if (_model.LoadModel(modelPath) == 0 || !LoadDict(dictPath)) return false;
   _tables = TagTables::Make(_model, kContextTemplates);
   std::cerr << "done" << std::endl;
@@ -20,7 +22,7 @@ bool PosScore::Initialize(const std::string& modelPath, const std::string& dictP
 }
 
 bool PosScore::LoadDict(const std::string& path) {
-  ++_revision;
+  _loaded.Renew();
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "\nOpen " << path << " error." << std::endl;

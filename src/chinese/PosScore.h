@@ -5,9 +5,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "chinese/CharType.h"
+#include "common/Revision.h"
 #include "model/ContextTemplate.h"
 #include "tagging/FeatureText.h"
 #include "tagging/TagDictionary.h"
@@ -60,8 +62,8 @@ class PosScore {
 
   /// The model by small integers, or null; see `TagTables::Make`.
   const TagTables* Tables() const { return _tables.get(); }
-  /// A number that is another one after each loading, also of the character classes.
-  unsigned Revision() const { return _revision + _charType->Revision(); }
+  /// Another one after each loading, also of the character classes.
+  std::pair<Revision, Revision> Loaded() const { return {_loaded, _charType->Loaded()}; }
 
   std::string GetPos(const int& tag) const { return _model.TagName(tag); }
   int GetPosSize() const { return _model.TagCount(); }
@@ -91,7 +93,7 @@ class PosScore {
   const CharType* _charType;
   TagModel _model;
   std::unique_ptr<const TagTables> _tables;
-  unsigned _revision = 0;
+  Revision _loaded;
 };
 
 template <class Visit>

@@ -58,7 +58,7 @@ class Certified {
   /// With u = 2^-53 the largest relative rounding error, and M the largest share of a character in
   /// a score, a score after n characters is within n * M. Either sum makes two additions a
   /// character: errors of at most 2u * n * M. The shares themselves are off by less than
-  /// 8u * (M + 1): exp and log10 of the C library are good to one unit in the last place, three
+  /// 8u * (M + 1): exp of the C library is good to one unit in the last place, log10 to two; three
   /// additions, a division, a few products. That makes steps * (2u * n * M + 8u * (M + 1)) for a
   /// score, four times as much for the difference of two scores in two forms: less than
   /// 8u * (M + 1) * steps * (n + 4). Twice that is asked for. The normalisers, common to both
@@ -96,8 +96,6 @@ class Documented {
       row.Set(tag, (1 - _alpha) * std::log10(row[tag] / z));
     }
   }
-
-  static double Margin(std::size_t /*steps*/, std::size_t /*length*/) { return 0; }
 
  private:
   const SegTables& _tables;
@@ -138,10 +136,14 @@ bool SegKernel::Segment(const SegTables& tables, double alpha, std::string_view 
 }
 
 std::size_t SegKernel::FindCommon(const Row& scores, std::size_t common, std::size_t end) const {
+  // Some lines have two paths that never meet: no cause to go back to the line's beginning each
+  // time.
+  static constexpr std::size_t kFarthest = 256;
+  const std::size_t first = end - std::min(end - common, kFarthest);
   // The tags at a position that paths may have, one bit each: here those of all paths, then back.
   unsigned lanes = WhichLarger(scores.begins, Both(kDead)) | WhichLarger(scores.goesOn, Both(kDead))
                                                                  << 2U;
-  for (std::size_t i = end; i > common; --i) {
+  for (std::size_t i = end; i > first; --i) {
     if (std::has_single_bit(lanes)) return i;
     unsigned before = 0;
     for (const Lane lane : {kLaneB, kLaneS, kLaneM, kLaneE}) {
@@ -210,7 +212,7 @@ bool SegKernel::Search(const Scoring& scoring) {
   _scores.clear();
 
   Row scores;
-  std::size_t common = 0;  // so many characters have the same tags on all paths that may be best
+  std::size_t common = 0;  // the last character, from 1, where all paths that may be best met
   TwoDoubles margin = Both(0);
   const Tables::Character* previous = &tables.At(Tables::kBegin);
   const Tables::Character* current = &tables.At(ids[1]);
@@ -220,8 +222,10 @@ bool SegKernel::Search(const Scoring& scoring) {
     if (inBlock == 0) {
       const std::size_t end = std::min(i + kBlock, length);
       LookUp(tables, i, end);
-      common = FindCommon(scores, common, i);
-      margin = Both(scoring.Margin(end - common, end));
+      if constexpr (!Scoring::kIsDocumented) {
+        common = FindCommon(scores, common, i);
+        margin = Both(scoring.Margin(end - common, end));
+      }
     }
     const Tables::Character& next = tables.At(ids[i + 2]);
     classes = Tables::Shift(classes, next);

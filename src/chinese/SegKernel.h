@@ -44,8 +44,9 @@ class SegKernel {
   /// for memory overlap.
   void LookUp(const SegTables& tables, std::size_t begin, std::size_t end);
 
-  /// How many characters have the same tags on all paths that, documented, may lead to one of the
-  /// states after character `end` - 1. At least `common`, which is known of an earlier one.
+  /// A character, by its number from 1, that has the same tag on all paths that, documented, may
+  /// lead to one of the states of character `end`: the last one, unless it is far back. Then and if
+  /// there is none, `common`, which is such a one.
   std::size_t FindCommon(const SegTables::Row& scores, std::size_t common, std::size_t end) const;
 
   /// Finds the best path of `_ids` and leaves its tags in `_steps`. False when there is none, or a

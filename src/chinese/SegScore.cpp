@@ -8,6 +8,7 @@ namespace Tolvek {
 
 bool SegScore::Initialize(const std::string& lmPath, const std::string& mePath) {
   std::cerr << "Segmentor Initializing ... " << std::flush;
+  _tables.reset();  // also when loading fails: the models change
   if (_languageModel.LoadFile(lmPath.c_str()) == 0) return false;
   _unkIndex = _vocab.UnkIndex();
   if (_meModel.LoadModel(mePath) == 0) return false;

@@ -153,8 +153,7 @@ class SegTables::Builder {
 
   /// Numbers the characters of all resources and enters what is known of each.
   bool AddCharacters() {
-    _tables._charType = &_charType;
-    _tables._revision = _charType.Revision();
+    _tables._charTypeLoaded = _charType.Loaded();
     std::vector<std::string> texts{"", std::string(kBeginOfSentence), std::string(kEndOfSentence)};
     const auto add = [&](std::string_view text) {
       if (!IsCharacter(text)) return;

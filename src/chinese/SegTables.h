@@ -190,9 +190,7 @@ class SegTables {
   const Row& AtEnd(const Character& character) const { return _atEnd[character.key]; }
 
   /// Are the tables those of these character classes, as they are now?
-  bool IsMadeOf(const CharType& charType) const {
-    return &charType == _charType && charType.Revision() == _revision;
-  }
+  bool IsMadeOf(const CharType& charType) const { return charType.Loaded() == _charTypeLoaded; }
 
   /// The four tags in the order of their ids in the model.
   const std::array<SegTag, 4>& TagOrder() const { return _tagOrder; }
@@ -229,8 +227,7 @@ class SegTables {
 
   // What a line of text touches is kept small: memory that does not fit the processor's caches
   // costs more than all that is computed.
-  const CharType* _charType = nullptr;
-  unsigned _revision = 0;
+  Revision _charTypeLoaded;
   std::vector<Id> _ids;  ///< by `CodeOf` the character
   std::vector<Character> _characters;
   std::vector<Key> _keys;

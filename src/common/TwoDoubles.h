@@ -21,10 +21,6 @@ inline TwoDoubles Both(double value) {
 inline TwoDoubles Larger(TwoDoubles a, TwoDoubles b) {
   return _mm_max_pd(a, b);
 }
-/// a < b ? a : b for each: b where one is not a number.
-inline TwoDoubles Smaller(TwoDoubles a, TwoDoubles b) {
-  return _mm_min_pd(a, b);
-}
 /// Without the sign.
 inline TwoDoubles Magnitude(TwoDoubles a) {
   return _mm_andnot_pd(_mm_set1_pd(-0.0), a);
@@ -38,9 +34,6 @@ inline unsigned WhichLarger(TwoDoubles a, TwoDoubles b) {
 
 inline TwoDoubles Larger(TwoDoubles a, TwoDoubles b) {
   return TwoDoubles{a[0] > b[0] ? a[0] : b[0], a[1] > b[1] ? a[1] : b[1]};
-}
-inline TwoDoubles Smaller(TwoDoubles a, TwoDoubles b) {
-  return TwoDoubles{a[0] < b[0] ? a[0] : b[0], a[1] < b[1] ? a[1] : b[1]};
 }
 inline TwoDoubles Magnitude(TwoDoubles a) {
   return TwoDoubles{__builtin_fabs(a[0]), __builtin_fabs(a[1])};

@@ -10,6 +10,8 @@ namespace Tolvek {
 
 bool EngPosScore::Initialize(const std::string& modelPath, const std::string& dictPath) {
   std::cerr << "English Postagger Initializing ... " << std::flush;
+  _tables.reset();  // also when loading fails: the model changes
+  _loaded.Renew();
   if (_model.LoadModel(modelPath) == 0 || !LoadDict(dictPath)) return false;
   _tables = TagTables::Make(_model, kContextTemplates);
   std::cerr << "done" << std::endl;
@@ -17,7 +19,7 @@ bool EngPosScore::Initialize(const std::string& modelPath, const std::string& di
 }
 
 bool EngPosScore::LoadDict(const std::string& path) {
-  ++_revision;
+  _loaded.Renew();
   ResourceFile file;
   if (!file.Open(path)) {
     std::cerr << "\nOpen " << path << " error." << std::endl;

@@ -6,8 +6,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "common/Revision.h"
 #include "model/ContextTemplate.h"
 #include "tagging/FeatureText.h"
 #include "tagging/TagDictionary.h"
@@ -57,8 +59,8 @@ class EngPosScore {
 
   /// The model by small integers, or null; see `TagTables::Make`.
   const TagTables* Tables() const { return _tables.get(); }
-  /// A number that is another one after each loading.
-  unsigned Revision() const { return _revision; }
+  /// Another one after each loading.
+  std::pair<Revision, Revision> Loaded() const { return {_loaded, {}}; }
 
   std::string GetPos(const int& tag) const { return _model.TagName(tag); }
   int GetPosSize() const { return _model.TagCount(); }
@@ -84,7 +86,7 @@ class EngPosScore {
   TagDictionary _words;
   TagModel _model;
   std::unique_ptr<const TagTables> _tables;
-  unsigned _revision = 0;
+  Revision _loaded;
 };
 
 template <class Visit>

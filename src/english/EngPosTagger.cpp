@@ -12,7 +12,6 @@ namespace Tolvek {
 int EngPosTagger::Initialize(const EngToken* tokenizer, const EngPosScore* scorer) {
   _engToken = tokenizer;
   _engPosScore = scorer;
-  _decoder.Forget();
   return 1;
 }
 

@@ -254,7 +254,9 @@ bool MeModel::HasSoundParameters() const {
   return std::is_sorted(_featParamStartVec.begin(), _featParamStartVec.end()) &&
          end <= std::min(_lambdasVec.size(), _paramTagsVec.size()) &&
          std::all_of(_paramTagsVec.begin(), _paramTagsVec.end(),
-                     [&](int tag) { return tag >= 0 && tag < _tagSize; });
+                     [&](int tag) { return tag >= 0 && tag < _tagSize; }) &&
+         std::all_of(_featureMap.begin(), _featureMap.end(),
+                     [&](const auto& entry) { return entry.second < _featureSize; });
 }
 
 void MeModel::Probabilities(const Features& features, std::vector<double>& p) const {

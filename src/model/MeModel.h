@@ -89,8 +89,9 @@ class MeModel {
 
   /// Feature texts and their ids.
   const TextTable& FeatureTexts() const { return _featureMap; }
-  /// Are the parameter lists disjoint, in order, and of tags that exist? In a model of which that
-  /// is not so an evaluation may throw.
+  /// Do all features exist (texts of an earlier file may be left), and are the parameter lists
+  /// disjoint, in order, and of tags that exist? In a model of which that is not so an evaluation
+  /// may throw.
   bool HasSoundParameters() const;
   /// Calls `visit(int tag, double lambda)` for the parameters of a feature, in file order. The
   /// model must be sound.

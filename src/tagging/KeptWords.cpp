@@ -13,17 +13,17 @@ void KeptWords::Clear(std::size_t rowSize) {
   _words.clear();
   _tags.clear();
   _rows.clear();
-  _rows.reserve(_most * rowSize);  // costs nothing before it is used; nothing is ever moved
+  _rows.reserve(_most * rowSize);  // costs nothing before it is used
 }
 
 KeptWords::Number KeptWords::Add(std::string_view text, TagTables::Id id,
                                  std::span<const int> tags) {
   const auto number = static_cast<Number>(_words.size());
-  _numberOf.insert({std::string(text), number});
-  _words.push_back({id, false, static_cast<std::uint32_t>(_tags.size()),
-                    static_cast<std::uint32_t>(tags.size())});
+  const auto firstTag = static_cast<std::uint32_t>(_tags.size());
   _tags.insert(_tags.end(), tags.begin(), tags.end());
-  _rows.resize(_rows.size() + _rowSize);
+  _rows.resize((number + std::size_t{1}) * _rowSize);
+  _words.push_back({id, false, firstTag, static_cast<std::uint32_t>(tags.size())});
+  _numberOf.insert({std::string(text), number});
   return number;
 }
 

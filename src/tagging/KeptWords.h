@@ -16,9 +16,9 @@ namespace Tolvek {
 /// Words that were met, each with what was computed of it by itself: its possible tags and a row of
 /// factors.
 ///
-/// Memory stays bounded: when the rows would fill more than `kMostBytes`, the words that were met
-/// only once are forgotten. Of the different words of a text they are about half, of all its words
-/// a few percent.
+/// Between two sentences memory is bounded: when the rows fill more than `kMostBytes`, the words
+/// that were met only once are forgotten. Of the different words of a text they are about half, of
+/// all its words a few percent.
 class KeptWords {
  public:
   static constexpr std::size_t kMostBytes = std::size_t{32} << 20U;

@@ -45,9 +45,6 @@ class TagDecoder {
   /// blank; or the same in less time.
   void Tag(const Scorer& scorer, const std::string& line, std::string& out);
 
-  /// Needed when another scorer comes.
-  void Forget() { _kernel.Forget(); }
-
   /// How the lines of `Tag` were decoded.
   const PathCounts& Counts() const { return _kernel.Counts(); }
 

@@ -153,12 +153,17 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
 }
 
 bool TagKernel::TraceBack(double margin) {
+  const auto statesAt = [this](std::size_t i) { return _stages[i + 1] - _stages[i]; };
+  // As documented, a tag has several states when ways to it are equally good: up to one for each
+  // tag before.
+  const auto mostWays = [&](std::size_t i) { return i == 0 ? 1 : statesAt(i - 1); };
   // How many other states of a word may, as documented, be as good as this one.
-  const auto countAhead = [this](std::size_t position, std::size_t state, double allowance) {
+  const auto countAhead = [&](std::size_t i, std::size_t state, double allowance) {
     const double least = _states[state].score * (1 - allowance);
     std::size_t ahead = 0;
-    for (std::size_t other = _stages[position]; other < _stages[position + 1]; ++other) {
-      if (other != state && _states[other].score >= least) ++ahead;
+    for (std::size_t other = _stages[i]; other < _stages[i + 1]; ++other) {
+      if (other == state || _states[other].score < least) continue;
+      ahead += _states[other].isCertain ? 1 : mostWays(i);
     }
     return ahead;
   };
@@ -170,8 +175,8 @@ bool TagKernel::TraceBack(double margin) {
   if (countAhead(position, state, margin) > 0) return false;
   _path.resize(_sentence.size());
   for (;; --position) {
-    // Of more tags than the beam is wide only the best ones go on.
-    const bool isCut = _stages[position + 1] - _stages[position] > kTagBeamWidth;
+    // Of more states than the beam is wide only the best ones go on.
+    const bool isCut = statesAt(position) * mostWays(position) > kTagBeamWidth;
     if (!_states[state].isCertain ||
         (isCut && countAhead(position, state, _margins[position]) >= kTagBeamWidth)) {
       return false;

@@ -7,9 +7,11 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/Fields.h"
+#include "common/Revision.h"
 #include "decoder/PathCounts.h"
 #include "tagging/KeptWords.h"
 #include "tagging/TagTables.h"
@@ -40,16 +42,10 @@ class TagKernel {
   template <class Scorer>
   bool Tag(const Scorer& scorer, std::string_view line, std::string& out);
 
-  /// Needed when another scorer comes.
-  void Forget() { _revision = kNoRevision; }
-
   PathCounts& Counts() { return _counts; }
   const PathCounts& Counts() const { return _counts; }
 
  private:
-  /// No scorer with tables is of this one.
-  static constexpr unsigned kNoRevision = 0;
-
   /// A path's end: a tag of a word.
   struct State {
     double score;            ///< of the best path, up to a factor that the word's states share
@@ -75,8 +71,8 @@ class TagKernel {
                  double margin);
   bool TraceBack(double margin);
 
-  KeptWords _words;                  ///< those without tags are for the plain search
-  unsigned _revision = kNoRevision;  ///< of the scorer that the words come from
+  KeptWords _words;                       ///< those without tags are for the plain search
+  std::pair<Revision, Revision> _loaded;  ///< of the scorer that the words come from
 
   // Reused from sentence to sentence.
   std::vector<std::string_view> _texts;
@@ -99,8 +95,8 @@ template <class Scorer>
 bool TagKernel::Tag(const Scorer& scorer, std::string_view line, std::string& out) {
   const TagTables* const tables = scorer.Tables();
   if (tables == nullptr) return false;
-  if (_revision != scorer.Revision()) _words.Clear(tables->RowSize());
-  _revision = scorer.Revision();
+  if (_loaded != scorer.Loaded()) _words.Clear(tables->RowSize());
+  _loaded = scorer.Loaded();
   _words.MakeRoom();
 
   _texts.clear();
@@ -131,9 +127,9 @@ KeptWords::Number TagKernel::Find(const Scorer& scorer, std::string_view text) {
     for (int tag = 0; tag < scorer.GetPosSize(); ++tag) _possible.push_back(tag);
   }
   CheckPossible(tables.TagCount());
+  scorer.GenerateWordFeatures(text, _features);
   const TagTables::Id id = tables.IdOf(text);
   const KeptWords::Number number = _words.Add(text, id, _possible);
-  scorer.GenerateWordFeatures(text, _features);
   tables.ScoreWord(id, _features, _words.Row(number));
   return number;
 }

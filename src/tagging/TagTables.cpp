@@ -12,6 +12,11 @@ namespace {
 constexpr std::size_t kMostWords = 65535;
 constexpr int kMostTags = 1024;
 
+// The time and memory of making tables are bounded, too. A text of many slashes has many readings:
+// as many as it has bytes, of texts as long.
+constexpr std::size_t kLongestText = 256;
+constexpr std::size_t kMostFactors = std::size_t{1} << 24U;  ///< of all readings, and these
+
 /// With weighted sums of at most this much, no product of a few scores leaves the range of normal
 /// numbers.
 constexpr double kLargestSum = 150;
@@ -55,17 +60,23 @@ class TagTables::Builder {
   bool AddWords() {
     _tables._words.resize(1);
     const auto isWord = [](std::string_view text, ContextPart) { return !text.empty(); };
+    std::size_t factors = 0;
     for (const auto& entry : _model.Parameters().FeatureTexts()) {
+      if (entry.first.size() > kLongestText) return false;
+      std::size_t parameters = 0;
+      _model.Parameters().ForEachParameter(entry.second, [&](int, double) { ++parameters; });
       ForEachReading(
           _templates, "/", entry.first, isWord,
           [&](const ContextTemplate& each, std::string_view first, std::string_view second) {
             _readings.push_back(
                 {entry.second, &each, Number(first), second.empty() ? kUnknown : Number(second)});
+            factors += 1 + parameters;
           });
+      if (factors > kMostFactors || _tables._words.size() > kMostWords) return false;
     }
     _tables._beginId = _tables.IdOf(kBeginOfSentence);
     _tables._endId = _tables.IdOf(kEndOfSentence);
-    return _tables._words.size() <= kMostWords;
+    return true;
   }
 
   Id Number(std::string_view word) {

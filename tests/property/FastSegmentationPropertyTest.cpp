@@ -712,6 +712,78 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreLoadedLast) {
   }
 }
 
+TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreReplaced) {
+  std::mt19937 random(81);
+  RandomSource source(random, Weights::kAny);
+  Knowledge knowledge(source);
+  SetClasses(source.classes, 3);
+  WriteText("others", Block({}) + Block(source.classes) + Block({}) + Block({}));
+  CharType others;  // loaded once, as those that they replace
+  ASSERT_TRUE(others.LoadBinary("others"));
+  knowledge.types = others;
+  Comparison comparison(knowledge);
+  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+    comparison.Check(source.Text(1 + random() % 12));
+  }
+}
+
+TEST_F(FastSegmentationOfOddModels, HeedsModelsThatFailedToLoad) {
+  for (unsigned seed = 91; seed <= 96 && !HasFatalFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    RandomSource source(random, Weights::kAny);
+    Knowledge knowledge(source);
+    const RandomSource other(random, Weights::kAny);
+    WriteText("lm", other.lm.Binary());
+    Watch("", [&](std::string&, std::string&) {
+      EXPECT_FALSE(knowledge.scorer.Initialize("lm", "missing"));
+    });
+    Comparison comparison(knowledge);
+    for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+      comparison.Check(source.Text(1 + random() % 12));
+    }
+    EXPECT_EQ(comparison.Counts().certified, 0U);
+  }
+}
+
+// The texts of a model that was read half-way are left behind.
+TEST_F(FastSegmentationOfOddModels, HeedsFeaturesOfAnEarlierFile) {
+  std::mt19937 random(101);
+  RandomSource source(random, Weights::kAny);
+  const Knowledge written(source);
+  const auto features = static_cast<int>(source.me.features.size());
+  std::string half = kHeader + I32(features + 50);
+  for (int i = 0; i < features + 50; ++i) half += Record("2/x" + std::to_string(i));
+  WriteText("half", half + I32(0) + I32(-1));
+  CharType types;
+  ASSERT_TRUE(types.LoadBinary("data/binarySource"));
+  SegScore scorer(&types);
+  Watch("", [&](std::string&, std::string&) {
+    EXPECT_FALSE(scorer.Initialize("data/binarySegLM", "half"));
+    EXPECT_TRUE(scorer.Initialize("data/binarySegLM", "data/binarySegModel"));
+  });
+  EXPECT_EQ(scorer.Tables(), nullptr);
+  Comparison comparison(scorer, types, 0.3, 2, true);
+  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+    comparison.Check(source.Text(1 + random() % 12));
+  }
+}
+
+// Two ways of cutting it into pairs, one character apart, have no tag in common anywhere.
+TEST_F(FastSegmentation, EqualsPlainDecodingOfOneCharacterRepeated) {
+  const Knowledge knowledge(PROJECT_DIR "/data/"s);
+  Comparison comparison(knowledge);
+  for (const std::string& character : {"\xDC\xA8"s, kWo, "a"s, "1"s}) {
+    for (const int length : {63, 64, 65, 300, 20'000}) {
+      std::string line;
+      for (int i = 0; i < length; ++i) line += character;
+      comparison.Check(line);
+      comparison.Check(kMen + line + kStop + line);
+    }
+  }
+  EXPECT_GT(comparison.Counts().certified, 0U) << Shown(comparison.Counts());
+}
+
 TEST_F(FastSegmentation, LeavesPlainDecodingAlone) {
   std::mt19937 random(41);
   RandomSource source(random, Weights::kDecimals);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <random>
 #include <set>
 #include <sstream>
@@ -146,30 +148,35 @@ template <class Language>
 class Comparison {
  public:
   explicit Comparison(const std::string& folder = "data/", int order = 2) {
-    const Outcome loading = Watch(
-        "", [&](std::string&, std::string& text) { text = _language.Load(folder) ? "true" : ""; });
-    EXPECT_EQ(loading.text, "true") << loading;
+    Load(folder);
     SetOrder(order);
+  }
+
+  /// Puts other knowledge in the place of what there is; the fast tagger stays.
+  void Replace() {
+    _language.emplace();
+    Load("data/");
+    _plain = _language->MakeTagger(2);
   }
 
   /// New taggers over the same knowledge.
   void SetOrder(int order) {
-    _fast = _language.MakeTagger(order);
-    _plain = _language.MakeTagger(order);
+    _fast = _language->MakeTagger(order);
+    _plain = _language->MakeTagger(order);
     lines = thrown = blank = untagged = 0;
   }
 
   void Check(const std::string& line, bool tokenized = true) {
     const Outcome fast = Watch(line, [&](std::string& text, std::string& out) {
-      _language.Tag(*_fast, text, out, tokenized);
+      _language->Tag(*_fast, text, out, tokenized);
     });
     const Outcome plain = Watch(line, [&](std::string& text, std::string& out) {
-      _language.Split(text, _words, tokenized);
+      _language->Split(text, _words, tokenized);
       _plain->RenewLattice(_words);
       _plain->Viterbi(_tags);
       out.clear();
       for (std::size_t i = 0; i < _words.size(); ++i) {
-        out += _words[i] + "/" + _language.TagName(_tags[i]) + " ";
+        out += _words[i] + "/" + _language->TagName(_tags[i]) + " ";
       }
     });
     ASSERT_EQ(fast, plain) << "line \"" << Readable(line) << "\", " << Shown(Counts());
@@ -179,7 +186,7 @@ class Comparison {
     ASSERT_LE(Total(Counts()), lines + thrown + blank) << "each line is counted once";
   }
 
-  Language& Knowledge() { return _language; }
+  Language& Knowledge() { return *_language; }
   typename Language::Tagger& Fast() { return *_fast; }
   typename Language::Tagger& Plain() { return *_plain; }
   PathCounts Counts() const { return _fast->Counts(); }
@@ -190,7 +197,13 @@ class Comparison {
   std::size_t untagged = 0;  ///< lines without a path
 
  private:
-  Language _language;
+  void Load(const std::string& folder) {
+    const Outcome loading = Watch(
+        "", [&](std::string&, std::string& text) { text = _language->Load(folder) ? "true" : ""; });
+    EXPECT_EQ(loading.text, "true") << loading;
+  }
+
+  std::optional<Language> _language{std::in_place};
   std::unique_ptr<typename Language::Tagger> _fast;
   std::unique_ptr<typename Language::Tagger> _plain;
   Words _words;
@@ -758,6 +771,133 @@ TYPED_TEST(FastTagging, HeedsKnowledgeThatIsLoadedLast) {
         comparison.Knowledge().Change();
       }
       comparison.Check(source.Text(1 + random() % 5));
+    }
+  }
+}
+
+// Of equally good ways to a tag the search keeps each one that comes from another tag, and so more
+// states than there are tags: here 36 are ahead of the only one that the last words would choose.
+TYPED_TEST(FastTagging, EqualsPlainDecodingWhereTiesFillTheBeam) {
+  TagSource source;
+  for (int i = 0; i < 6; ++i) source.me.tags.push_back("t" + std::to_string(i));
+  source.me.tags.emplace_back("w");
+  source.me.Add("2/A", {{6, "-0.5"}});
+  source.me.Add("2/B", {{6, "-4"}});
+  source.me.Add("0/w", {{6, "8"}});
+  TypeParam::Write(source);
+  Comparison<TypeParam> comparison;
+  for (const char* line : {"A B C D", "A B C", "A B", "B A C", "C A B D E F", "A B A B C D E"}) {
+    comparison.Check(line);
+  }
+  EXPECT_GT(comparison.Counts().plain, 0U) << Shown(comparison.Counts());
+}
+
+// The same at random: few features, all other tags tied.
+TYPED_TEST(FastTagging, EqualsPlainDecodingOfManyTies) {
+  PathCounts sum;
+  for (unsigned seed = 1; seed <= 150 && !this->HasFatalFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
+    const auto weight = [&](double unit) { return Number(unit * (below(17) - 8)); };
+    TagSource source;
+    const int tags = 5 + below(6);
+    for (int i = 0; i < tags; ++i) source.me.tags.push_back("t" + std::to_string(i));
+    const int rare = below(static_cast<unsigned>(tags));
+    for (const char* word : {"A", "B", "C"}) {
+      if (below(4) > 0) source.me.Add("2/"s + word, {{rare, weight(0.5)}});
+    }
+    source.me.Add("0/t" + std::to_string(rare), {{rare, weight(1)}});
+    if (below(2) == 0) source.me.Add("0/t0", {{below(2), weight(1)}});
+    TypeParam::Write(source);
+    Comparison<TypeParam> comparison;
+    for (int i = 0; i < 6 && !this->HasFatalFailure(); ++i) {
+      std::string line;
+      for (int n = 2 + below(5); n > 0; --n) line += "ABCD"s[random() % 4] + " "s;
+      comparison.Check(line);
+    }
+    sum += comparison.Counts();
+  }
+  EXPECT_GT(sum.plain, 0U);
+  std::cout << Shown(sum) << std::endl;
+}
+
+// Each has as many readings as slashes.
+TYPED_TEST(FastTagging, ServesModelsOfManySlashesPlainly) {
+  for (const int features : {20, 150}) {
+    TagSource source;
+    for (int i = 0; i < 1024; ++i) source.me.tags.push_back("t" + std::to_string(i));
+    source.me.Add("2/A", {{3, "0.5"}});
+    std::vector<std::pair<int, std::string>> parameters;
+    for (int tag = 0; tag < 1024; ++tag) parameters.emplace_back(tag, "0.001");
+    std::string slashes;
+    for (int i = 0; i < 120; ++i) slashes += "a/";
+    for (int i = 0; i < features; ++i) {
+      source.me.Add("4/" + slashes + std::to_string(i), parameters);
+    }
+    source.words = {{"A", "t2 t3"}, {"B", "t7"}};
+    TypeParam::Write(source);
+    Comparison<TypeParam> comparison;
+    comparison.Check("A B A A B");
+    EXPECT_EQ(comparison.Counts().plain, features == 20 ? 0U : 1U) << features;
+  }
+}
+
+TYPED_TEST(FastTagging, ServesModelsOfLongFeaturesPlainly) {
+  for (const std::size_t length : {250, 5'000}) {
+    TagSource source;
+    source.me.tags = {"x", "y"};
+    source.me.Add("2/A", {{1, "0.5"}});
+    std::string slashes = "4/";
+    while (slashes.size() < length) slashes += "a/";
+    source.me.Add(slashes + "b", {{0, "1"}});
+    TypeParam::Write(source);
+    // The binary form has no longer texts than of 256 bytes.
+    for (const char* name : {"data/binaryPosModel", "data/binaryEngPosModel"}) {
+      WriteText(name, source.me.Text());
+    }
+    Comparison<TypeParam> comparison;
+    comparison.Check("A A");
+    EXPECT_EQ(comparison.Counts().plain, length == 250 ? 0U : 1U) << length;
+  }
+}
+
+TYPED_TEST(FastTagging, HeedsKnowledgeThatFailedToLoad) {
+  for (unsigned seed = 91; seed <= 96 && !this->HasFatalFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    RandomSource<TypeParam> source(random, {});
+    TypeParam::Write(source);
+    Comparison<TypeParam> comparison;
+    RandomSource<TypeParam> other(random, {});
+    TypeParam::Write(other);
+    std::filesystem::remove("data/Dict");
+    std::filesystem::remove("data/EngDict");
+    Watch("",
+          [&](std::string&, std::string&) { EXPECT_FALSE(comparison.Knowledge().Load("data/")); });
+    for (int i = 0; i < 20 && !this->HasFatalFailure(); ++i) {
+      comparison.Check((i % 2 == 0 ? source : other).Text(1 + random() % 6));
+    }
+  }
+}
+
+TYPED_TEST(FastTagging, HeedsKnowledgeThatTookThePlaceOfOther) {
+  for (unsigned seed = 97; seed <= 102 && !this->HasFatalFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    std::optional<RandomSource<TypeParam>> source;
+    source.emplace(random, Kind{});
+    TypeParam::Write(*source);
+    Comparison<TypeParam> comparison;
+    for (int i = 0; i < 40 && !this->HasFatalFailure(); ++i) {
+      if (i % 10 == 9) {
+        const Words known = source->alphabet;
+        source.emplace(random, Kind{});
+        TypeParam::Write(*source);
+        source->alphabet.insert(source->alphabet.end(), known.begin(), known.end());
+        comparison.Replace();
+      }
+      comparison.Check(source->Text(1 + random() % 6));
     }
   }
 }
