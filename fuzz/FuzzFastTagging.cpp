@@ -40,7 +40,7 @@ std::string Feature(FuzzBytes& bytes, std::size_t tags) {
 }
 
 void WriteModel(FuzzBytes& bytes, int order) {
-  static constexpr std::size_t kTagCounts[] = {2, 3, 4, 1, 6, 3, 34, 5};
+  static constexpr std::size_t kTagCounts[] = {2, 3, 4, 1, 6, 7, 34, 12};
   // Little merges where the order is high.
   const std::size_t tags = std::min<std::size_t>(bytes.Of(kTagCounts), order == 2 ? 34 : 3);
   std::vector<std::string> names;
