@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -192,6 +193,13 @@ class SegTables {
   /// Are the tables those of these character classes, as they are now?
   bool IsMadeOf(const CharType& charType) const { return charType.Loaded() == _charTypeLoaded; }
 
+  /// Are these, by tag, the tags' ids in the model?
+  bool HasTags(std::span<const int, 4> ids) const {
+    for (std::size_t id = 0; id < 4; ++id) {
+      if (ids[_tagOrder[id]] != static_cast<int>(id)) return false;
+    }
+    return true;
+  }
   /// The four tags in the order of their ids in the model.
   const std::array<SegTag, 4>& TagOrder() const { return _tagOrder; }
   /// No weighted sum is larger, nor less than this below 0.

@@ -146,7 +146,7 @@ void Segmentor::SegSentence(std::string& line, std::string& out) {
   TrimLine(line);
   const SegTables* const tables = _segScore->Tables();
   const bool isUsual = tables != nullptr && tables->IsMadeOf(*_charType) && _order == 2 &&
-                       _tag[kTagB] >= 0;  // `Initialize` was called
+                       tables->HasTags(_tag);  // not before `Initialize`
   if (isUsual && _kernel.Segment(*tables, _alpha, line, out)) return;
   ++_plainLines;
   SplitCharacters(line, _chars);

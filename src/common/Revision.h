@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 namespace Tolvek {
 
@@ -10,6 +11,17 @@ namespace Tolvek {
 /// address. Whoever keeps what was computed of it compares.
 class Revision {
  public:
+  Revision() = default;
+  Revision(const Revision&) = default;
+  Revision& operator=(const Revision&) = default;
+  /// Leaves none behind, as nothing stays of what is moved.
+  Revision(Revision&& other) noexcept : _number(std::exchange(other._number, 0)) {}
+  Revision& operator=(Revision&& other) noexcept {
+    _number = std::exchange(other._number, 0);
+    return *this;
+  }
+  ~Revision() = default;
+
   /// Becomes one that no other object ever had.
   void Renew() { _number = Next(); }
   bool operator==(const Revision&) const = default;

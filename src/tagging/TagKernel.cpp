@@ -85,7 +85,7 @@ bool TagKernel::Search(const TagTables& tables) {
   _stages.clear();
   _margins.clear();
   // The state before the first word.
-  _states.push_back({1.0, 0, -1, true});
+  _states.push_back({1.0, 0.0, 0, -1, true});
   std::size_t begin = 0;
   std::size_t meeting = 0;  // words up to the last one with a single tag
   for (std::size_t i = 0; i < _sentence.size(); ++i) {
@@ -95,7 +95,7 @@ bool TagKernel::Search(const TagTables& tables) {
     _margins.push_back(Margin(tables, i + 1 - meeting, i + 1));
     const KeptWords::Word& word = _words.At(_sentence[i]);
     if (word.tagCount == 1 && end - begin == 1) {
-      _states.push_back({1.0, static_cast<std::uint32_t>(begin), _words.Tags(word)[0], true});
+      _states.push_back({1.0, 0.0, static_cast<std::uint32_t>(begin), _words.Tags(word)[0], true});
     } else if (!AddStates(tables, i, begin, end, _margins.back())) {
       return false;
     }
@@ -140,13 +140,14 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
     }
     if (!(best >= kSmallestProduct)) return false;
     largest = std::max(largest, best * _row[column]);
-    _states.push_back({best * _row[column], static_cast<std::uint32_t>(previous), tag,
-                       second < best * (1 - margin)});
+    _states.push_back({best * _row[column], second * _row[column],
+                       static_cast<std::uint32_t>(previous), tag, second < best * (1 - margin)});
   }
   // A power of two, so that nothing is rounded.
   const double scale = word.tagCount == 1 ? 1 / largest : std::exp2(-std::ilogb(largest));
   for (std::size_t state = end; state < _states.size(); ++state) {
     _states[state].score *= scale;
+    _states[state].second *= scale;
     if (!(_states[state].score >= kSmallest)) return false;
   }
   return true;
@@ -155,7 +156,8 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
 bool TagKernel::TraceBack(double margin) {
   const auto statesAt = [this](std::size_t i) { return _stages[i + 1] - _stages[i]; };
   // As documented, a tag has several states when ways to it are equally good: up to one for each
-  // tag before.
+  // tag before. That may also be so of its second best way, as the state that the best one comes
+  // from may be cut.
   const auto mostWays = [&](std::size_t i) { return i == 0 ? 1 : statesAt(i - 1); };
   // How many other states of a word may, as documented, be as good as this one.
   const auto countAhead = [&](std::size_t i, std::size_t state, double allowance) {
@@ -163,7 +165,7 @@ bool TagKernel::TraceBack(double margin) {
     std::size_t ahead = 0;
     for (std::size_t other = _stages[i]; other < _stages[i + 1]; ++other) {
       if (other == state || _states[other].score < least) continue;
-      ahead += _states[other].isCertain ? 1 : mostWays(i);
+      ahead += _states[other].isCertain && _states[other].second < least ? 1 : mostWays(i);
     }
     return ahead;
   };

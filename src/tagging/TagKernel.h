@@ -49,6 +49,7 @@ class TagKernel {
   /// A path's end: a tag of a word.
   struct State {
     double score;            ///< of the best path, up to a factor that the word's states share
+    double second;           ///< the same of the best path through another tag before; 0: none
     std::uint32_t previous;  ///< the state of the word before, as an entry of `_states`
     std::int32_t tag;
     bool isCertain;  ///< is `previous` better than any other by more than the margin?

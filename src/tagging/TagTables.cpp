@@ -15,7 +15,7 @@ constexpr int kMostTags = 1024;
 // The time and memory of making tables are bounded, too. A text of many slashes has many readings:
 // as many as it has bytes, of texts as long.
 constexpr std::size_t kLongestText = 256;
-constexpr std::size_t kMostFactors = std::size_t{1} << 24U;  ///< of all readings, and these
+constexpr std::size_t kMostFactors = std::size_t{1} << 23U;  ///< of all readings, and these
 
 /// With weighted sums of at most this much, no product of a few scores leaves the range of normal
 /// numbers.

@@ -727,6 +727,42 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreReplaced) {
   }
 }
 
+TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreGone) {
+  std::mt19937 random(82);
+  RandomSource source(random, Weights::kAny);
+  Knowledge knowledge(source);
+  const CharType taken = std::move(knowledge.types);
+  Comparison comparison(knowledge);
+  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+    comparison.Check(source.Text(1 + random() % 12));
+  }
+  EXPECT_EQ(comparison.Counts().certified, 0U);
+}
+
+// A segmenter takes the tags' ids when it is initialized; a scorer in the same place may have
+// others.
+TEST_F(FastSegmentationOfOddModels, HeedsTagsOfAnotherOrder) {
+  std::mt19937 random(83);
+  RandomSource source(random, Weights::kAny);
+  const Knowledge written(source);
+  std::optional<SegScore> scorer;
+  const auto load = [&] {
+    scorer.emplace(&written.types);
+    Watch("", [&](std::string&, std::string&) {
+      EXPECT_TRUE(scorer->Initialize("data/binarySegLM", "data/binarySegModel"));
+    });
+  };
+  load();
+  Comparison comparison(*scorer, written.types, 0.3, 2, true);
+  std::swap(source.me.tags.front(), source.me.tags.back());
+  WriteText("data/binarySegModel", source.me.Binary());
+  load();
+  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+    comparison.Check(source.Text(1 + random() % 12));
+  }
+  EXPECT_EQ(comparison.Counts().certified, 0U);
+}
+
 TEST_F(FastSegmentationOfOddModels, HeedsModelsThatFailedToLoad) {
   for (unsigned seed = 91; seed <= 96 && !HasFatalFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

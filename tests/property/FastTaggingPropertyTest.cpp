@@ -792,6 +792,27 @@ TYPED_TEST(FastTagging, EqualsPlainDecodingWhereTiesFillTheBeam) {
   EXPECT_GT(comparison.Counts().plain, 0U) << Shown(comparison.Counts());
 }
 
+// The state that the only best way to a tag comes from may itself be cut.
+TYPED_TEST(FastTagging, EqualsPlainDecodingWhereTiesFollowUponACut) {
+  TagSource source;
+  for (int i = 0; i < 10; ++i) source.me.tags.push_back("t" + std::to_string(i));
+  source.me.Add("2/b", {{6, "-0.4"}, {7, "-0.1"}});
+  source.me.Add("2/c", {{8, "-0.5"}});
+  source.me.Add("0/t0", {{6, "1"}});
+  source.me.Add("0/t6", {{8, "1"}, {9, "1"}});
+  source.me.Add("0/t7", {{0, "6"}, {1, "6"}, {2, "6"}, {3, "6"}, {4, "6"}, {5, "6"}});
+  source.me.Add("0/t8", {{9, "8"}});
+  source.words = {{"a", "t0 t1 t2 t3 t4 t5"},
+                  {"b", "t0 t1 t2 t3 t4 t5 t6 t7"},
+                  {"c", "t0 t1 t2 t3 t4 t5 t8"},
+                  {"d", "t9 t0"}};
+  TypeParam::Write(source);
+  Comparison<TypeParam> comparison;
+  for (const char* line : {"a b c d", "a b c", "a b", "b c d", "a a b c d"}) {
+    comparison.Check(line);
+  }
+}
+
 // The same at random: few features, all other tags tied.
 TYPED_TEST(FastTagging, EqualsPlainDecodingOfManyTies) {
   PathCounts sum;
