@@ -865,7 +865,7 @@ TYPED_TEST(FastTagging, ServesModelsOfManySlashesPlainly) {
 }
 
 TYPED_TEST(FastTagging, ServesModelsOfLongFeaturesPlainly) {
-  for (const std::size_t length : {250, 5'000}) {
+  for (const std::size_t length : {std::size_t{250}, std::size_t{5'000}}) {
     TagSource source;
     source.me.tags = {"x", "y"};
     source.me.Add("2/A", {{1, "0.5"}});
