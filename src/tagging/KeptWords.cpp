@@ -48,8 +48,9 @@ void KeptWords::ForgetRare() {
     const auto moved = static_cast<Number>(_numberOf.size());
     _numberOf.insert({text, moved});
     if (moved != number) std::ranges::copy(Row(number), Row(moved).begin());
-    for (std::uint32_t i = 0; i < word.tagCount; ++i)
+    for (std::uint32_t i = 0; i < word.tagCount; ++i) {
       _tags[tagCount + i] = _tags[word.firstTag + i];
+    }
     word.firstTag = static_cast<std::uint32_t>(tagCount);
     word.isMetAgain = false;
     tagCount += word.tagCount;

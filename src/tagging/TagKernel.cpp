@@ -11,10 +11,6 @@ namespace Tolvek {
 
 namespace {
 
-/// Scores below this, relative to the sentence's best, are not followed here.
-constexpr double kSmallest = 1e-200;
-constexpr double kSmallestProduct = 1e-280;
-
 TwoDoubles Load(const double* numbers) {
   TwoDoubles two;
   std::memcpy(&two, numbers, sizeof two);
@@ -82,31 +78,32 @@ void TagKernel::LookUp(const TagTables& tables, std::size_t begin, std::size_t e
 
 bool TagKernel::Search(const TagTables& tables) {
   _states.clear();
-  _stages.clear();
-  _margins.clear();
   // The state before the first word.
-  _states.push_back({1.0, 0.0, 0, -1, true});
+  _states.push_back({1.0, 0, -1, true});
   std::size_t begin = 0;
   std::size_t meeting = 0;  // words up to the last one with a single tag
+  double margin = 0;
   for (std::size_t i = 0; i < _sentence.size(); ++i) {
     if (i % kBlock == 0) LookUp(tables, i, std::min(i + kBlock, _sentence.size()));
     const std::size_t end = _states.size();
-    _stages.push_back(end);
-    _margins.push_back(Margin(tables, i + 1 - meeting, i + 1));
+    margin = Margin(tables, i + 1 - meeting, i + 1);
     const KeptWords::Word& word = _words.At(_sentence[i]);
     if (word.tagCount == 1 && end - begin == 1) {
-      _states.push_back({1.0, 0.0, static_cast<std::uint32_t>(begin), _words.Tags(word)[0], true});
-    } else if (!AddStates(tables, i, begin, end, _margins.back())) {
-      return false;
+      _states.push_back({1.0, static_cast<std::uint32_t>(begin), _words.Tags(word)[0], true});
+    } else {
+      AddStates(tables, i, begin, end, margin);
+      Cut(end, end - begin, margin);
     }
-    if (word.tagCount == 1) meeting = i + 1;
+    if (word.tagCount == 1) {
+      if (!_states.back().isCertain) return false;
+      meeting = i + 1;
+    }
     begin = end;
   }
-  _stages.push_back(_states.size());
-  return TraceBack(_margins.back());
+  return TraceBack(begin, margin);
 }
 
-bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::size_t begin,
+void TagKernel::AddStates(const TagTables& tables, std::size_t position, std::size_t begin,
                           std::size_t end, double margin) {
   const std::size_t size = tables.RowSize();
   const KeptWords::Word& word = _words.At(_sentence[position]);
@@ -138,55 +135,51 @@ bool TagKernel::AddStates(const TagTables& tables, std::size_t position, std::si
         second = score;
       }
     }
-    if (!(best >= kSmallestProduct)) return false;
     largest = std::max(largest, best * _row[column]);
-    _states.push_back({best * _row[column], second * _row[column],
-                       static_cast<std::uint32_t>(previous), tag, second < best * (1 - margin)});
+    _states.push_back({best * _row[column], static_cast<std::uint32_t>(previous), tag,
+                       _states[previous].isCertain && second < best * (1 - margin)});
   }
   // A power of two, so that nothing is rounded.
   const double scale = word.tagCount == 1 ? 1 / largest : std::exp2(-std::ilogb(largest));
-  for (std::size_t state = end; state < _states.size(); ++state) {
-    _states[state].score *= scale;
-    _states[state].second *= scale;
-    if (!(_states[state].score >= kSmallest)) return false;
-  }
-  return true;
+  for (State& state : std::span(_states).subspan(end)) state.score *= scale;
 }
 
-bool TagKernel::TraceBack(double margin) {
-  const auto statesAt = [this](std::size_t i) { return _stages[i + 1] - _stages[i]; };
-  // As documented, a tag has several states when ways to it are equally good: up to one for each
-  // tag before. That may also be so of its second best way, as the state that the best one comes
-  // from may be cut.
-  const auto mostWays = [&](std::size_t i) { return i == 0 ? 1 : statesAt(i - 1); };
-  // How many other states of a word may, as documented, be as good as this one.
-  const auto countAhead = [&](std::size_t i, std::size_t state, double allowance) {
-    const double least = _states[state].score * (1 - allowance);
-    std::size_t ahead = 0;
-    for (std::size_t other = _stages[i]; other < _stages[i + 1]; ++other) {
-      if (other == state || _states[other].score < least) continue;
-      ahead += _states[other].isCertain && _states[other].second < least ? 1 : mostWays(i);
+void TagKernel::Cut(std::size_t first, std::size_t ways, double margin) {
+  const std::span<State> states = std::span(_states).subspan(first);
+  if (states.size() * ways <= kTagBeamWidth) return;
+  const auto countFrom = [&](double least) {
+    std::size_t most = 0;
+    for (const State& state : states) {
+      const std::size_t times = state.isCertain ? 1 : ways;
+      most += state.score >= least ? times : 0;
     }
-    return ahead;
+    return most;
   };
-  std::size_t position = _sentence.size() - 1;
-  std::size_t state = _stages[position];
-  for (std::size_t other = state + 1; other < _stages[position + 1]; ++other) {
-    if (_states[other].score > _states[state].score) state = other;
-  }
-  if (countAhead(position, state, margin) > 0) return false;
+  if (countFrom(0) <= kTagBeamWidth) return;
+  // Not just above the first that is cut: paths of low scores hardly ever win, and sorting takes
+  // longer.
+  double least = 0x1p-10;
+  while (least < 2 && countFrom(least * (1 - margin)) > kTagBeamWidth) least *= 1.125;
+  for (State& state : states) state.isCertain = state.isCertain && state.score >= least;
+}
+
+bool TagKernel::TraceBack(std::size_t first, double margin) {
+  const std::span<const State> states = std::span(_states).subspan(first);
+  const auto best =
+      std::max_element(states.begin(), states.end(),
+                       [](const State& a, const State& b) { return a.score < b.score; });
+  const auto isAsGood = [least = best->score * (1 - margin)](const State& state) {
+    return state.score >= least;
+  };
+  if (!best->isCertain || std::count_if(states.begin(), states.end(), isAsGood) != 1) return false;
+
   _path.resize(_sentence.size());
-  for (;; --position) {
-    // Of more states than the beam is wide only the best ones go on.
-    const bool isCut = statesAt(position) * mostWays(position) > kTagBeamWidth;
-    if (!_states[state].isCertain ||
-        (isCut && countAhead(position, state, _margins[position]) >= kTagBeamWidth)) {
-      return false;
-    }
-    _path[position] = _states[state].tag;
-    state = _states[state].previous;
-    if (position == 0) return true;
+  const State* state = &*best;
+  for (std::size_t position = _sentence.size(); position-- > 0;) {
+    _path[position] = state->tag;
+    state = &_states[state->previous];
   }
+  return true;
 }
 
 }  // namespace Tolvek

@@ -32,7 +32,8 @@ inline constexpr std::size_t kTagBeamWidth = 30;
 ///   before, and a normaliser is a sum of products: neither exponentials nor logarithms are left.
 /// - Decisions are certified. Scores here are probabilities and rounded in other places than the
 ///   documented sums of logarithms; each decision of the best path must be won by more than both
-///   can be off (`Margin`). Otherwise the sentence is left to the plain search.
+///   can be off (`Margin`). Otherwise the sentence is left to the plain search. No path is cut
+///   here, but one that the plain search may cut is no longer certain.
 ///
 /// Holds the sentence in hand and is not re-entrant.
 class TagKernel {
@@ -48,11 +49,15 @@ class TagKernel {
  private:
   /// A path's end: a tag of a word.
   struct State {
-    double score;            ///< of the best path, up to a factor that the word's states share
-    double second;           ///< the same of the best path through another tag before; 0: none
+    /// Of the best path, up to a factor that the word's states share: the best one has 1 to 2.
+    /// The plain search has no state of this tag that scores more.
+    double score;
     std::uint32_t previous;  ///< the state of the word before, as an entry of `_states`
     std::int32_t tag;
-    bool isCertain;  ///< is `previous` better than any other by more than the margin?
+    /// Does the plain search surely have one state of this tag, by this path and with its score?
+    /// So it is when each step of the path was better than any other by more than the margin and
+    /// none can have been cut.
+    bool isCertain;
   };
 
   /// The number of a word, which is looked up and scored when it is not kept.
@@ -68,9 +73,14 @@ class TagKernel {
   /// Finds the best path and leaves its states in `_path`.
   bool Search(const TagTables& tables);
   /// Adds the states of a word that follows upon the states from `begin` to `end`.
-  bool AddStates(const TagTables& tables, std::size_t position, std::size_t begin, std::size_t end,
+  void AddStates(const TagTables& tables, std::size_t position, std::size_t begin, std::size_t end,
                  double margin);
-  bool TraceBack(double margin);
+  /// Makes uncertain which of a word's states, those from `first` on, the plain search may cut. It
+  /// has each certain one once and each other one up to `ways` times: as often as there are tags
+  /// before that are equally good.
+  void Cut(std::size_t first, std::size_t ways, double margin);
+  /// The path to the best of the last word's states, from `first` on, when it is certain.
+  bool TraceBack(std::size_t first, double margin);
 
   KeptWords _words;                       ///< those without tags are for the plain search
   std::pair<Revision, Revision> _loaded;  ///< of the scorer that the words come from
@@ -79,9 +89,7 @@ class TagKernel {
   std::vector<std::string_view> _texts;
   std::vector<KeptWords::Number> _sentence;
   std::array<TagTables::Context, kBlock> _contexts;
-  std::vector<State> _states;
-  std::vector<std::size_t> _stages;  ///< position i: `_states` from entry i to entry i + 1
-  std::vector<double> _margins;      ///< by position
+  std::vector<State> _states;  ///< of all words, one after another
   std::vector<std::int32_t> _path;
   std::vector<double> _row;
   std::vector<double> _weights;  ///< of the states before, over their normalisers

@@ -17,8 +17,8 @@ constexpr int kMostTags = 1024;
 constexpr std::size_t kLongestText = 256;
 constexpr std::size_t kMostFactors = std::size_t{1} << 23U;  ///< of all readings, and these
 
-/// With weighted sums of at most this much, no product of a few scores leaves the range of normal
-/// numbers.
+/// With weighted sums of at most this much no product of a few scores leaves the range of normal
+/// numbers: of a word's tags none is less than exp(-300) / 1024 times as probable as the best.
 constexpr double kLargestSum = 150;
 
 }  // namespace

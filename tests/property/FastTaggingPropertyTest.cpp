@@ -843,6 +843,46 @@ TYPED_TEST(FastTagging, EqualsPlainDecodingOfManyTies) {
   std::cout << Shown(sum) << std::endl;
 }
 
+// Words that may have more tags than the beam is wide: some are cut, at times between equals, and
+// weights of tags before bring back low ones.
+TYPED_TEST(FastTagging, EqualsPlainDecodingOfMoreTagsThanTheBeam) {
+  PathCounts sum;
+  for (unsigned seed = 1; seed <= 60 && !this->HasFatalFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    TagSource source;
+    const int tags = 31 + below(20);
+    for (int i = 0; i < tags; ++i) source.me.tags.push_back("t" + std::to_string(i));
+    const auto addWeights = [&](const std::string& feature, int of, double unit) {
+      std::vector<std::pair<int, std::string>> weights;
+      for (int tag = 0; tag < tags; ++tag) {
+        if (below(10) < of) weights.emplace_back(tag, Number(unit * (below(401) - 200)));
+      }
+      if (!weights.empty()) source.me.Add(feature, weights);
+    };
+    for (const char* word : {"A", "B", "C"}) addWeights("2/"s + word, 6 + below(5), 0.01);
+    for (int i = below(8); i > 0; --i) {
+      source.me.Add("0/t" + std::to_string(i), {{below(tags), Number(2.0 * below(6))}});
+      addWeights("0/t" + std::to_string(i + 10), 3, 0.01);
+    }
+    source.words = {{"D", "t1"}, {"E", "t2 t30 t5"}};
+    TypeParam::Write(source);
+    Comparison<TypeParam> comparison;
+    for (int i = 0; i < 20 && !this->HasFatalFailure(); ++i) {
+      std::string line;
+      for (int n = 1 + below(i == 0 ? 300 : 8); n > 0; --n) {
+        line += "ABCABCDE"s[static_cast<std::size_t>(below(8))] + " "s;
+      }
+      comparison.Check(line);
+    }
+    sum += comparison.Counts();
+  }
+  EXPECT_GT(sum.certified, 100U) << Shown(sum);
+  EXPECT_GT(sum.plain, 10U) << Shown(sum);
+  std::cout << Shown(sum) << std::endl;
+}
+
 // Each has as many readings as slashes.
 TYPED_TEST(FastTagging, ServesModelsOfManySlashesPlainly) {
   for (const int features : {20, 150}) {
