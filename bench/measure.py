@@ -173,6 +173,8 @@ def peak_bytes(arguments, folder=ROOT, environment=None):
     peak = 0
     with tempfile.TemporaryFile() as errors:
         process = start(arguments, folder, errors, environment)
+        # Of the same real-time priority, it would keep the polling waiting.
+        os.sched_setscheduler(process.pid, os.SCHED_OTHER, os.sched_param(0))
         ended = os.pidfd_open(process.pid)
         try:
             while not select.select([ended], [], [], 0.0005)[0]:
