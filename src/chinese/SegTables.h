@@ -14,6 +14,7 @@
 #include "chinese/CharType.h"
 #include "chinese/SegRules.h"
 #include "common/PairIndex.h"
+#include "common/Revision.h"
 #include "common/TwoDoubles.h"
 #include "model/MeModel.h"
 #include "model/Ngram.h"

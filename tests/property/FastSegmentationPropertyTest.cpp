@@ -603,6 +603,13 @@ const std::vector<Oddity> kRareModels{
 
 class FastSegmentationOfOddModels : public FastSegmentation {
  protected:
+  /// Short lines of a random model's characters.
+  static void CheckLines(Comparison& comparison, RandomSource& source, std::mt19937& random) {
+    for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
+      comparison.Check(source.Text(1 + random() % 12));
+    }
+  }
+
   /// Lines of a random model with a change.
   void CheckOdd(const Oddity& oddity, unsigned seed, bool isServedPlainly) {
     SCOPED_TRACE(oddity.name + ", seed "s + std::to_string(seed));
@@ -690,9 +697,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersOfItsOwn) {
     WriteText("others", Block({}) + Block(source.classes) + Block({}) + Block({}));
     ASSERT_TRUE(others.LoadBinary("others"));
     Comparison comparison(knowledge.scorer, others, 0.3, 2, true);
-    for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-      comparison.Check(source.Text(1 + random() % 12));
-    }
+    CheckLines(comparison, source, random);
   }
 }
 
@@ -707,9 +712,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreLoadedLast) {
   });
   ASSERT_TRUE(types.LoadBinary("data/binarySource"));
   Comparison comparison(scorer, types, 0.3, 2, true);
-  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-    comparison.Check(source.Text(1 + random() % 12));
-  }
+  CheckLines(comparison, source, random);
 }
 
 TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreReplaced) {
@@ -722,9 +725,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreReplaced) {
   ASSERT_TRUE(others.LoadBinary("others"));
   knowledge.types = others;
   Comparison comparison(knowledge);
-  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-    comparison.Check(source.Text(1 + random() % 12));
-  }
+  CheckLines(comparison, source, random);
 }
 
 TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreGone) {
@@ -733,9 +734,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsCharactersThatAreGone) {
   Knowledge knowledge(source);
   const CharType taken = std::move(knowledge.types);
   Comparison comparison(knowledge);
-  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-    comparison.Check(source.Text(1 + random() % 12));
-  }
+  CheckLines(comparison, source, random);
   EXPECT_EQ(comparison.Counts().certified, 0U);
 }
 
@@ -757,9 +756,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsTagsOfAnotherOrder) {
   std::swap(source.me.tags.front(), source.me.tags.back());
   WriteText("data/binarySegModel", source.me.Binary());
   load();
-  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-    comparison.Check(source.Text(1 + random() % 12));
-  }
+  CheckLines(comparison, source, random);
   EXPECT_EQ(comparison.Counts().certified, 0U);
 }
 
@@ -775,9 +772,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsModelsThatFailedToLoad) {
       EXPECT_FALSE(knowledge.scorer.Initialize("lm", "missing"));
     });
     Comparison comparison(knowledge);
-    for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-      comparison.Check(source.Text(1 + random() % 12));
-    }
+    CheckLines(comparison, source, random);
     EXPECT_EQ(comparison.Counts().certified, 0U);
   }
 }
@@ -800,9 +795,7 @@ TEST_F(FastSegmentationOfOddModels, HeedsFeaturesOfAnEarlierFile) {
   });
   EXPECT_EQ(scorer.Tables(), nullptr);
   Comparison comparison(scorer, types, 0.3, 2, true);
-  for (int i = 0; i < 40 && !HasFatalFailure(); ++i) {
-    comparison.Check(source.Text(1 + random() % 12));
-  }
+  CheckLines(comparison, source, random);
 }
 
 // Two ways of cutting it into pairs, one character apart, have no tag in common anywhere.
