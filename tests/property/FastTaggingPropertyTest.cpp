@@ -854,17 +854,17 @@ TYPED_TEST(FastTagging, EqualsPlainDecodingOfMoreTagsThanTheBeam) {
     TagSource source;
     const int tags = 31 + below(20);
     for (int i = 0; i < tags; ++i) source.me.tags.push_back("t" + std::to_string(i));
-    const auto addWeights = [&](const std::string& feature, int of, double unit) {
+    const auto addWeights = [&](const std::string& feature, int of) {
       std::vector<std::pair<int, std::string>> weights;
       for (int tag = 0; tag < tags; ++tag) {
-        if (below(10) < of) weights.emplace_back(tag, Number(unit * (below(401) - 200)));
+        if (below(10) < of) weights.emplace_back(tag, Number(0.01 * (below(401) - 200)));
       }
       if (!weights.empty()) source.me.Add(feature, weights);
     };
-    for (const char* word : {"A", "B", "C"}) addWeights("2/"s + word, 6 + below(5), 0.01);
+    for (const char* word : {"A", "B", "C"}) addWeights("2/"s + word, 6 + below(5));
     for (int i = below(8); i > 0; --i) {
       source.me.Add("0/t" + std::to_string(i), {{below(tags), Number(2.0 * below(6))}});
-      addWeights("0/t" + std::to_string(i + 10), 3, 0.01);
+      addWeights("0/t" + std::to_string(i + 10), 3);
     }
     source.words = {{"D", "t1"}, {"E", "t2 t30 t5"}};
     TypeParam::Write(source);
