@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
   app.get_formatter()->column_width(34);
 
   Tolvek::Action action;
+  Tolvek::AddAnalyze(app, action);
   auto* train = app.add_subcommand("train", "Make resources from lists and corpora");
   train->require_subcommand(1);
   Tolvek::AddTrainChars(*train, action);

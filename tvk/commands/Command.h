@@ -14,6 +14,8 @@ using Action = std::function<void()>;
 
 /// Each of these adds one subcommand with its options to `parent`; once the subcommand is met on
 /// the command line, `action` is set. One file each.
+/// The five tasks: seg, segpos, pos, tok, tokpos.
+void AddAnalyze(CLI::App& parent, Action& action);
 void AddTrainChars(CLI::App& parent, Action& action);
 void AddTrainSeg(CLI::App& parent, Action& action);
 void AddTrainPos(CLI::App& parent, Action& action);

@@ -6,47 +6,11 @@
 
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/text/Utf8.h"
 
 namespace Tolvek {
 
 namespace {
-
-/// Length of the well-formed UTF-8 character that the text starts with; 0 when it is malformed.
-/// The ranges are those of the Unicode standard's table of well-formed byte sequences.
-std::size_t Utf8Length(std::string_view text) {
-  const auto byteAt = [&](std::size_t i) -> unsigned {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const auto isTail = [&](std::size_t i) { return (byteAt(i) & 0xC0U) == 0x80U; };
-  const unsigned first = byteAt(0);
-  const unsigned second = byteAt(1);
-  if (first < 0x80) return text.empty() ? 0 : 1;
-  if (first >= 0xC2 && first <= 0xDF) return isTail(1) ? 2 : 0;
-  if (first >= 0xE0 && first <= 0xEF) {
-    if (!isTail(1) || !isTail(2)) return 0;
-    const bool overlong = first == 0xE0 && second < 0xA0;
-    const bool surrogate = first == 0xED && second >= 0xA0;
-    return overlong || surrogate ? 0 : 3;
-  }
-  if (first >= 0xF0 && first <= 0xF4) {
-    if (!isTail(1) || !isTail(2) || !isTail(3)) return 0;
-    const bool overlong = first == 0xF0 && second < 0x90;
-    const bool tooHigh = first == 0xF4 && second >= 0x90;
-    return overlong || tooHigh ? 0 : 4;
-  }
-  return 0;
-}
-
-const char* IconvName(Encoding encoding) {
-  switch (encoding) {
-    case Encoding::kGbk:
-      return "GBK";
-    case Encoding::kWindows1252:
-      return "WINDOWS-1252";
-    default:
-      return "UTF-8";
-  }
-}
 
 /// Has the text a single byte that is neither ASCII nor the lead byte of two?
 bool HasLoneByte(std::string_view gbk) {
@@ -73,6 +37,29 @@ const std::vector<std::pair<std::string, Encoding>>& EnglishEncodingNames() {
       {"utf-8", Encoding::kUtf8},
       {"windows-1252", Encoding::kWindows1252}};
   return names;
+}
+
+const std::vector<std::pair<std::string, Encoding>>& CharsetNames() {
+  static const std::vector<std::pair<std::string, Encoding>> names{{"utf-8", Encoding::kUtf8},
+                                                                   {"gbk", Encoding::kGbk},
+                                                                   {"gb18030", Encoding::kGb18030},
+                                                                   {"big5", Encoding::kBig5}};
+  return names;
+}
+
+const char* IconvName(Encoding encoding) {
+  switch (encoding) {
+    case Encoding::kGbk:
+      return "GBK";
+    case Encoding::kGb18030:
+      return "GB18030";
+    case Encoding::kBig5:
+      return "BIG5";
+    case Encoding::kWindows1252:
+      return "WINDOWS-1252";
+    default:
+      return "UTF-8";
+  }
 }
 
 bool IsUtf8(std::string_view text) {

@@ -12,13 +12,19 @@ namespace Tolvek {
 
 /// How the bytes of a text file stand for characters. `kAuto` and `kAutoEnglish`: UTF-8 if the
 /// whole file is well-formed, else GBK or Windows-1252.
-enum class Encoding { kAuto, kAutoEnglish, kUtf8, kGbk, kWindows1252 };
+enum class Encoding { kAuto, kAutoEnglish, kUtf8, kGbk, kGb18030, kBig5, kWindows1252 };
 
 /// The names of the encodings of Chinese text as options give them: "auto", "utf-8", "gbk".
 const std::vector<std::pair<std::string, Encoding>>& EncodingNames();
 
 /// Those of English text: "auto", "utf-8", "windows-1252".
 const std::vector<std::pair<std::string, Encoding>>& EnglishEncodingNames();
+
+/// Those of text to analyse: "utf-8", "gbk", "gb18030", "big5".
+const std::vector<std::pair<std::string, Encoding>>& CharsetNames();
+
+/// What the C library calls the encoding; for the `kAuto`s "UTF-8".
+const char* IconvName(Encoding encoding);
 
 /// Is this well-formed UTF-8 (no overlong forms, no surrogates, nothing above U+10FFFF)?
 bool IsUtf8(std::string_view text);

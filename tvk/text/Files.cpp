@@ -67,13 +67,32 @@ std::vector<std::string_view> SplitAtBlanks(std::string_view line) {
   return pieces;
 }
 
+bool IsReplaceable(const std::string& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+}
+
 void WriteBeside(const std::string& path,
                  const std::function<bool(const std::string& besidePath)>& write) {
-  const std::string beside = BesidePath(path);
+  if (!IsReplaceable(path)) {
+    if (!write(path)) throw Failure(path + ": cannot be written");
+    return;
+  }
   std::error_code error;
-  const bool written = write(beside);
-  if (written) std::filesystem::rename(beside, path, error);
-  if (written && !error) return;
+  const auto linked = std::filesystem::canonical(path, error);
+  const std::string target = error ? path : linked.string();
+  const std::string beside = BesidePath(target);
+  error.clear();
+  bool isWritten = false;
+  try {
+    isWritten = write(beside);
+    if (isWritten) std::filesystem::rename(beside, target, error);
+  } catch (...) {
+    std::filesystem::remove(beside, error);
+    throw;
+  }
+  if (isWritten && !error) return;
   const std::string reason = error ? error.message() : "cannot be written";
   std::filesystem::remove(beside, error);
   throw Failure(path + ": " + reason);
@@ -97,6 +116,7 @@ void WriteWholeFile(const std::string& path, std::string_view content) {
 void CheckWritable(const std::string& path) {
   if (path == "-") return;
   if (std::filesystem::is_directory(path)) throw Failure(path + ": is a folder, not a file");
+  if (!IsReplaceable(path)) return;
   const std::string beside = BesidePath(path);
   errno = 0;
   if (!std::ofstream(beside, std::ios::binary)) {

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvk/analyze/Models.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+#include <streambuf>
+#include <string_view>
+
+#include "common/Fields.h"
+#include "tvk/text/Failure.h"
+
+namespace Tolvek {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Keeps the announcements of the core's loaders ("... Initializing ... ", "done") from the
+/// standard error stream and lets everything else through at once: some loaders end the program.
+class WithoutAnnouncements : private std::streambuf {
+ public:
+  WithoutAnnouncements() : _before(std::cerr.rdbuf(this)) {}
+  ~WithoutAnnouncements() override { std::cerr.rdbuf(_before); }
+  WithoutAnnouncements(const WithoutAnnouncements&) = delete;
+  WithoutAnnouncements& operator=(const WithoutAnnouncements&) = delete;
+
+ private:
+  std::streamsize xsputn(const char* text, std::streamsize size) override {
+    const std::string_view piece(text, static_cast<std::size_t>(size));
+    const bool isDone = piece == "done";
+    _dropsLineEnd = isDone;
+    if (isDone || piece.ends_with(" Initializing ... ")) return size;
+    return _before->sputn(text, size);
+  }
+  int_type overflow(int_type byte) override {
+    const bool isDropped = _dropsLineEnd && byte == '\n';
+    _dropsLineEnd = false;
+    if (isDropped || byte == traits_type::eof()) return traits_type::not_eof(byte);
+    return _before->sputc(traits_type::to_char_type(byte));
+  }
+  int sync() override { return _before->pubsync(); }
+
+  std::streambuf* _before;
+  bool _dropsLineEnd = false;
+};
+
+/// The folders to look in when none is given.
+std::vector<std::string> UsualFolders() {
+  std::vector<std::string> folders{"data"};
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error);
+  if (!error) folders.push_back((program.parent_path().parent_path() / "share/tolvek").string());
+  const std::string installed = TOLVEK_SHARE_DIR;
+  if (std::find(folders.begin(), folders.end(), installed) == folders.end()) {
+    folders.push_back(installed);
+  }
+  return folders;
+}
+
+template <class Scorer>
+void CheckTags(const Scorer& scorer, const std::string& path) {
+  for (int tag = 0; tag < scorer.GetPosSize(); ++tag) {
+    const std::string name = scorer.GetPos(tag);
+    if (std::any_of(name.begin(), name.end(), IsSpace)) {
+      throw Failure(path + ": the tag \"" + name + "\" holds white space");
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> ResourcesOf(Task task) {
+  std::vector<std::string> files;
+  if (IsEnglish(task)) {
+    files = {"abbtitle"};
+    if (Tags(task)) files.insert(files.end(), {"binaryEngPosModel", "EngDict"});
+  } else {
+    files = {"binarySource"};
+    if (Segments(task)) files.insert(files.end(), {"binarySegLM", "binarySegModel"});
+    if (Tags(task)) files.insert(files.end(), {"binaryPosModel", "Dict"});
+  }
+  return files;
+}
+
+std::string FindResources(const std::optional<std::string>& given,
+                          const std::vector<std::string>& files) {
+  const char* const environment = std::getenv("TOLVEK_DATA");
+  std::vector<std::string> folders;
+  std::string source;
+  if (given) {
+    folders = {*given};
+    source = " (--data)";
+  } else if (environment != nullptr && *environment != '\0') {
+    folders = {environment};
+    source = " ($TOLVEK_DATA)";
+  } else {
+    folders = UsualFolders();
+  }
+  const auto has = [](const std::string& folder, const std::string& file) {
+    std::error_code error;
+    return fs::is_regular_file(fs::path(folder) / file, error);
+  };
+  const auto found = std::find_if(folders.begin(), folders.end(), [&](const std::string& folder) {
+    return has(folder, files.front());
+  });
+  const bool isFound = found != folders.end();
+  std::string places = isFound ? *found : "";
+  std::string missing;
+  for (const std::string& file : files) {
+    if (!isFound || !has(*found, file)) missing += (missing.empty() ? "" : ", ") + file;
+  }
+  if (missing.empty()) return *found;
+  for (const std::string& folder : isFound ? std::vector<std::string>() : folders) {
+    places += (places.empty() ? "" : ", ") + folder;
+  }
+  throw Failure(
+      "resources missing: " + missing + "\n  looked for in: " + places + source +
+      "\n  They come with tolvek, in its folder data and in its package. Name their folder "
+      "with --data DIR or in\n  the environment variable TOLVEK_DATA, or make your own: "
+      "tvk train --help.");
+}
+
+Models::Models(Task task, const std::string& folder) {
+  const auto inFolder = [&](const char* name) { return (fs::path(folder) / name).string(); };
+  const auto load = [&](const std::string& path, const std::function<bool()>& loadFile) {
+    const std::string advice = " (what is wrong with it, tells: tvk check " + folder + ")";
+    try {
+      if (loadFile()) return;
+    } catch (const std::out_of_range&) {
+      throw Failure(path + ": cut or malformed" + advice);
+    }
+    throw Failure(path + ": cannot be loaded" + advice);
+  };
+  const WithoutAnnouncements quiet;
+  if (IsEnglish(task)) {
+    tokens = std::make_unique<EngToken>();
+    load(inFolder("abbtitle"), [&] { return tokens->Load(inFolder("abbtitle")); });
+    if (!Tags(task)) return;
+    const std::string model = inFolder("binaryEngPosModel");
+    englishTags = std::make_unique<EngPosScore>();
+    load(model, [&] { return englishTags->Initialize(model, inFolder("EngDict")); });
+    CheckTags(*englishTags, model);
+    return;
+  }
+  characters = std::make_unique<CharType>();
+  load(inFolder("binarySource"), [&] { return characters->LoadBinary(inFolder("binarySource")); });
+  if (Segments(task)) {
+    const std::string model = inFolder("binarySegModel");
+    segmentation = std::make_unique<SegScore>(characters.get());
+    load(model, [&] { return segmentation->Initialize(inFolder("binarySegLM"), model); });
+    for (const char* tag : {"B", "M", "E", "S"}) {
+      if (segmentation->GetTagIndex(tag) < 0) {
+        throw Failure(model + ": the tag " + tag + " is missing: not a model of segmentation");
+      }
+    }
+  }
+  if (Tags(task)) {
+    const std::string model = inFolder("binaryPosModel");
+    chineseTags = std::make_unique<PosScore>(characters.get());
+    load(model, [&] { return chineseTags->Initialize(model, inFolder("Dict")); });
+    CheckTags(*chineseTags, model);
+  }
+}
+
+}  // namespace Tolvek

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvk/analyze/Run.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <ostream>
+
+#include "tvk/analyze/Analyzer.h"
+#include "tvk/analyze/Folding.h"
+#include "tvk/analyze/Models.h"
+#include "tvk/text/Failure.h"
+#include "tvk/text/Files.h"
+#include "tvk/text/LineBlocks.h"
+#include "tvk/text/OrderedPipeline.h"
+#include "tvk/text/OutputFile.h"
+#include "tvk/text/Progress.h"
+
+namespace Tolvek {
+
+namespace {
+
+/// Where a character stands.
+struct Place {
+  std::size_t file;  ///< which one, from 0
+  std::size_t line;  ///< there, from 1
+  std::size_t byte;  ///< in the line, from 1
+};
+
+/// How many characters there were of some kind, and where the first ones stand.
+struct Places {
+  static constexpr std::size_t kMostShown = 5;
+
+  std::size_t count = 0;
+  std::vector<Place> first;
+
+  void Add(const Place& place) {
+    ++count;
+    if (first.size() < kMostShown) first.push_back(place);
+  }
+  void Add(const Places& later) {
+    count += later.count;
+    for (const Place& place : later.first) {
+      if (first.size() < kMostShown) first.push_back(place);
+    }
+  }
+};
+
+/// What the user should know of the text.
+struct Remarks {
+  Places malformed;  ///< bytes that are no characters
+  Places lacking;    ///< characters that the output's encoding lacks
+  Places cut;        ///< lines done in parts
+
+  void Add(const Remarks& later) {
+    malformed.Add(later.malformed);
+    lacking.Add(later.lacking);
+    cut.Add(later.cut);
+  }
+};
+
+/// A block, done.
+struct BlockResult {
+  std::string text;
+  Remarks remarks;
+  bool isStopped =
+      false;  ///< at the first remark that is a failure; the text ends before that line
+  std::size_t lines = 0;
+  std::size_t bytes = 0;
+};
+
+/// Does the blocks of one thread.
+class BlockWorker {
+ public:
+  BlockWorker(Task task, const Models& models, const Folding& folding, const Charset& charset,
+              const LineWriter& writer, BadBytes badBytes)
+      : _analyzer(task, models, folding),
+        _charset(charset),
+        _writer(writer),
+        _failsOnBadBytes(badBytes == BadBytes::kFail) {}
+
+  void operator()(const LineBlock& block, BlockResult& result) {
+    result = {};
+    result.bytes = block.bytes.size();
+    std::string_view rest = block.bytes;
+    AnalyzedLine line{};
+    line.number = block.line;
+    line.part = block.part;
+    line.firstByte = block.firstByte;
+    line.firstCharacter = block.firstCharacter;
+    Place place{block.file, block.lineOfFile, 0};
+    while (!rest.empty() && !result.isStopped) {
+      const std::size_t end = std::min(rest.find('\n'), rest.size());
+      line.hasLineFeed = end < rest.size() || !block.isLast;
+      const bool goesOn = end == rest.size() && block.isCut;
+      DoLine(rest.substr(0, end), goesOn, place, line, result);
+      rest.remove_prefix(std::min(end + 1, rest.size()));
+      if (!goesOn) ++result.lines;
+      ++line.number;
+      ++place.line;
+      line.part = line.firstByte = line.firstCharacter = 0;
+    }
+  }
+
+ private:
+  /// Does what is left of a line: all of it, or, where the line goes on in another block, a part.
+  void DoLine(std::string_view text, bool goesOn, Place place, AnalyzedLine& line,
+              BlockResult& result) {
+    do {
+      const std::size_t length = goesOn ? text.size() : PartLength(text, _charset);
+      line.isLast = !goesOn && length == text.size();
+      if (line.part == 0 && !line.isLast) line.part = 1;
+      line.bytes = text.substr(0, length);
+      _charset.Decode(line.bytes, _characters);
+      if (line.part == 1) result.remarks.cut.Add(place);
+      Inspect(line, place, result);
+      if (result.isStopped) return;
+      line.characters = _characters;
+      line.tokens = _analyzer(_characters);
+      _writer.Append(line, result.text);
+      text.remove_prefix(length);
+      ++line.part;
+      line.firstByte += length;
+      line.firstCharacter += _characters.size();
+    } while (!text.empty());
+  }
+
+  void Inspect(const AnalyzedLine& line, Place place, BlockResult& result) const {
+    place.byte = line.firstByte + 1;
+    for (const Character& character : _characters) {
+      const bool isMalformed = IsMalformed(character.code);
+      if (isMalformed || _writer.IsReplaced(character.code)) {
+        (isMalformed ? result.remarks.malformed : result.remarks.lacking).Add(place);
+        result.isStopped = _failsOnBadBytes;
+        if (result.isStopped) return;
+      }
+      place.byte += character.length;
+    }
+  }
+
+  Analyzer _analyzer;
+  const Charset& _charset;
+  const LineWriter& _writer;
+  bool _failsOnBadBytes;
+  std::vector<Character> _characters;
+};
+
+/// One worker for each thread that asks.
+class Workers {
+ public:
+  explicit Workers(std::function<std::unique_ptr<BlockWorker>()> make) : _make(std::move(make)) {}
+
+  void operator()(const LineBlock& block, BlockResult& result) {
+    std::unique_ptr<BlockWorker> worker = Take();
+    (*worker)(block, result);
+    const std::lock_guard lock(_mutex);
+    _idle.push_back(std::move(worker));
+  }
+
+ private:
+  std::unique_ptr<BlockWorker> Take() {
+    {
+      const std::lock_guard lock(_mutex);
+      if (!_idle.empty()) {
+        auto worker = std::move(_idle.back());
+        _idle.pop_back();
+        return worker;
+      }
+    }
+    return _make();
+  }
+
+  std::function<std::unique_ptr<BlockWorker>()> _make;
+  std::mutex _mutex;
+  std::vector<std::unique_ptr<BlockWorker>> _idle;
+};
+
+class Reporter {
+ public:
+  Reporter(const std::vector<std::string>& paths, const Charset& from, const Charset& to)
+      : _paths(paths), _from(from), _to(to) {}
+
+  std::string Show(const Place& place) const {
+    return ShowLine(place) + ":" + std::to_string(place.byte);
+  }
+  std::string ShowLine(const Place& place) const {
+    const std::string& path = _paths[place.file];
+    return (path == "-" ? "standard input" : path) + ":" + std::to_string(place.line);
+  }
+  std::string Malformed() const { return std::string("bytes that are not ") + _from.Name(); }
+  std::string Lacking() const { return std::string("characters that ") + _to.Name() + " lacks"; }
+
+  /// Throws what `--on-bad-bytes fail` asks for.
+  [[noreturn]] void Fail(const Remarks& remarks) const {
+    const bool isMalformed = remarks.malformed.count > 0;
+    const Place& place = (isMalformed ? remarks.malformed : remarks.lacking).first.front();
+    throw Failure(Show(place) + ": " +
+                  (isMalformed ? std::string("a byte that is not ") + _from.Name() +
+                                     " (line:byte; is the text in another encoding? see --encoding)"
+                               : std::string("a character that ") + _to.Name() +
+                                     " lacks (line:byte; see --to)"));
+  }
+
+  void Warn(const Remarks& remarks, BadBytes badBytes, std::ostream& out) const {
+    const std::string& mark = _to.Replacement();
+    const std::string replaced = std::string(", replaced by ") + (mark == "?"        ? mark
+                                                                  : mark.size() == 3 ? "U+FFFD"
+                                                                                     : "U+3013");
+    const auto warn = [&](const std::string& what, const Places& places, const std::string& done) {
+      if (places.count == 0) return;
+      out << "tvk: " << what << ": " << places.count << done << "; at (line:byte) ";
+      for (std::size_t i = 0; i < places.first.size(); ++i) {
+        out << (i > 0 ? ", " : "") << Show(places.first[i]);
+      }
+      out << (places.count > places.first.size() ? ", ..." : "") << std::endl;
+    };
+    warn(Malformed(), remarks.malformed, badBytes == BadBytes::kKeep ? ", kept" : replaced);
+    warn(Lacking(), remarks.lacking, replaced);
+  }
+
+ private:
+  const std::vector<std::string>& _paths;
+  const Charset& _from;
+  const Charset& _to;
+};
+
+}  // namespace
+
+void RunTask(const RunOptions& options) {
+  const Charset& from = Charset::Of(options.encoding);
+  const LineWriter writer(
+      {options.format, options.keepsSpaces, Tags(options.task), options.badBytes}, from,
+      Charset::Of(options.outputEncoding.value_or(options.encoding)));
+  CheckWritable(options.output);
+
+  const auto run = [&](const std::string& path) {
+    OutputFile output(path);
+    LineBlocks blocks(
+        options.inputs, from, [&] { return !output.IsAbandoned(); },
+        options.output == "-" ? output.Descriptor() : -1);
+    const Models models(options.task, FindResources(options.data, ResourcesOf(options.task)));
+    const Folding folding(options.folds);
+    Workers workers([&] {
+      return std::make_unique<BlockWorker>(options.task, models, folding, from, writer,
+                                           options.badBytes);
+    });
+    Progress progress(options.showsProgress ? options.messages : nullptr, options.isTerminal, "tvk",
+                      blocks.TotalSize());
+    const Reporter reporter(blocks.Paths(), from, writer.Target());
+    Remarks remarks;
+    RunOrdered<LineBlock, BlockResult>(
+        options.threads, [&](LineBlock& block) { return blocks.Next(block); },
+        [&](const LineBlock& block, BlockResult& result) { workers(block, result); },
+        [&](const BlockResult& result) {
+          output.Write(result.text);
+          progress.Add(result.lines, result.bytes);
+          remarks.Add(result.remarks);
+          if (result.isStopped) reporter.Fail(result.remarks);
+        });
+    progress.End();
+    if (!options.isQuiet) reporter.Warn(remarks, options.badBytes, *options.messages);
+    return true;
+  };
+  if (options.output == "-") {
+    run("-");
+  } else {
+    WriteBeside(options.output, run);
+  }
+}
+
+}  // namespace Tolvek

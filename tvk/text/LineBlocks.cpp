@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvk/text/LineBlocks.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "common/Fields.h"
+#include "tvk/text/Failure.h"
+
+namespace Tolvek {
+
+namespace {
+
+constexpr std::size_t kReadSize = std::size_t{1} << 18U;
+
+int Open(const std::string& path) {
+  const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat status {};
+  if (file < 0 || ::fstat(file, &status) != 0) throw Failure(path + ": " + std::strerror(errno));
+  if (S_ISDIR(status.st_mode)) throw Failure(path + ": is a folder, not a file");
+  return file;
+}
+
+void Close(int file) {
+  if (file > STDERR_FILENO) ::close(file);
+}
+
+}  // namespace
+
+std::size_t PartLength(std::string_view rest, const Charset& charset) {
+  if (!HasWholePart(rest.size())) return rest.size();
+  std::size_t afterSpace = 0;
+  std::size_t at = 0;
+  for (;;) {
+    const std::size_t next = at + charset.LengthOfFirst(rest.substr(at));
+    if (next > kLongestPart) return afterSpace > 0 ? afterSpace : at;
+    if (IsSpace(rest[at])) afterSpace = next;
+    at = next;
+  }
+}
+
+LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset,
+                       std::function<bool()> isWanted, int output)
+    : _paths(std::move(paths)), _charset(charset), _isWanted(std::move(isWanted)), _output(output) {
+  bool isKnown = true;
+  for (const std::string& path : _paths) {
+    const int file = Open(path);
+    struct stat status {};
+    if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+      _totalSize += static_cast<std::size_t>(status.st_size);
+    } else {
+      isKnown = false;
+    }
+    Close(file);
+  }
+  if (!isKnown) _totalSize = 0;
+  _place.line = 1;
+}
+
+LineBlocks::~LineBlocks() {
+  Close(_file);
+}
+
+bool LineBlocks::OpenNext() {
+  if (_nextFile == _paths.size()) return false;
+  _place.file = _nextFile++;
+  _place.lineOfFile = 1;
+  _file = Open(_paths[_place.file]);
+  return true;
+}
+
+bool LineBlocks::Read() {
+  std::array<struct pollfd, 2> watched{{{_file, POLLIN, 0}, {_output, 0, 0}}};
+  while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) {
+  }
+  if ((watched[1].revents & (POLLERR | POLLHUP)) != 0) return false;
+  const std::size_t size = _carried.size();
+  _carried.resize(size + kReadSize);
+  ssize_t count = 0;
+  do {
+    count = ::read(_file, _carried.data() + size, kReadSize);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) throw Failure(_paths[_place.file] + ": " + std::strerror(errno));
+  _carried.resize(size + static_cast<std::size_t>(count));
+  return count > 0;
+}
+
+bool LineBlocks::Next(LineBlock& block) {
+  while (_isWanted()) {
+    if (_file < 0 && !OpenNext()) return false;
+    const std::size_t lineFeed = _carried.rfind('\n');
+    if (lineFeed != std::string::npos && lineFeed >= _searched) {
+      Take(lineFeed + 1, block);
+      return true;
+    }
+    _searched = _carried.size();
+    if (HasWholePart(_carried.size())) {
+      TakePart(block);
+      return true;
+    }
+    if (Read()) continue;
+    Close(_file);
+    _file = -1;
+    if (_carried.empty()) continue;
+    Take(_carried.size(), block);
+    block.isLast = _nextFile == _paths.size();
+    _place = {.file = block.file, .line = block.line + 1};
+    return true;
+  }
+  return false;
+}
+
+void LineBlocks::Take(std::size_t size, LineBlock& block) {
+  block = _place;
+  block.bytes = _carried.substr(0, size);
+  _carried.erase(0, size);
+  _searched = 0;
+  const auto lines =
+      static_cast<std::size_t>(std::count(block.bytes.begin(), block.bytes.end(), '\n'));
+  _place = {.file = block.file, .lineOfFile = block.lineOfFile + lines, .line = block.line + lines};
+}
+
+void LineBlocks::TakePart(LineBlock& block) {
+  const LineBlock place = _place;
+  Take(PartLength(_carried, _charset), block);
+  block.isCut = true;
+  block.part = std::max<std::size_t>(place.part, 1);
+  std::vector<Character> characters;
+  _charset.Decode(block.bytes, characters);
+  _place = place;
+  _place.part = block.part + 1;
+  _place.firstByte += block.bytes.size();
+  _place.firstCharacter += characters.size();
+}
+
+}  // namespace Tolvek

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvk/text/OutputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tvk/text/Failure.h"
+
+namespace Tolvek {
+
+OutputFile::OutputFile(const std::string& path)
+    : _path(path == "-" ? "standard output" : path),
+      _file(path == "-" ? STDOUT_FILENO
+                        : ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+  if (_file < 0) throw Failure(_path + ": " + std::strerror(errno));
+}
+
+OutputFile::~OutputFile() {
+  if (_file > STDERR_FILENO) ::close(_file);
+}
+
+void OutputFile::Write(std::string_view bytes) {
+  while (!bytes.empty() && !_isAbandoned) {
+    const ssize_t written = ::write(_file, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EPIPE) {
+      _isAbandoned = true;
+    } else if (errno != EINTR) {
+      throw Failure(_path + ": " + std::strerror(errno));
+    }
+  }
+}
+
+}  // namespace Tolvek
