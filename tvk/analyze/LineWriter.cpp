@@ -276,10 +276,9 @@ void LineWriter::AppendSpan(const AnalyzedLine& line, const Span& span, Escapes 
   }
   std::size_t at = span.beginByte;
   for (const Character& character : characters) {
-    const bool isSameBytes = &_from == &_to && !IsInUnicode(character.code) &&
-                             !IsMalformed(character.code) && escapes != Escapes::kJson;
-    if (isSameBytes) {
-      out.append(line.bytes, at, character.length);
+    const bool isEscaped = escapes == Escapes::kBackslash && character.code == '\\';
+    if (&_from == &_to && escapes != Escapes::kJson && !isEscaped && !IsReplaced(character.code)) {
+      out.append(line.bytes, at, character.length);  // one of several codes, perhaps
     } else {
       AppendCharacter(character.code, escapes, out);
     }

@@ -54,16 +54,26 @@ std::size_t PlaceOfFour(std::string_view text) {
   return (firstTwo * 126 + third - kFirstLead) * 10 + fourth - 0x30;
 }
 
-/// Converts a text of units of `size` bytes each with the C library, skips those that it cannot
-/// convert, and calls `visit(unit, converted)` for each other one; a converted unit has four bytes.
-template <std::size_t size, class Visit>
+char32_t CodePoint(std::string_view utf32) {
+  char32_t code = 0;
+  std::memcpy(&code, utf32.data(), sizeof code);
+  return code;
+}
+
+std::uint16_t Code(std::string_view twoBytes) {
+  return static_cast<std::uint16_t>(Byte(twoBytes, 0) << 8U | Byte(twoBytes, 1));
+}
+
+/// Converts a text of units of `fromSize` bytes to units of `toSize` bytes with the C library,
+/// skips those that it cannot convert, and calls `visit(unit, converted)` for each other one.
+template <std::size_t fromSize, std::size_t toSize, class Visit>
 void ConvertEach(const char* from, const char* to, std::string& text, const Visit& visit) {
   const iconv_t handle = ::iconv_open(to, from);
   // A failed iconv_open gives the value -1 in the shape of a handle.
   if (reinterpret_cast<std::intptr_t>(handle) == -1) {
     throw Failure(std::string("the C library cannot convert ") + from + " to " + to);
   }
-  std::string converted(text.size() / size * 4, '\0');
+  std::string converted(text.size() / fromSize * toSize, '\0');
   char* in = text.data();
   std::size_t inLeft = text.size();
   while (inLeft > 0) {
@@ -72,12 +82,14 @@ void ConvertEach(const char* from, const char* to, std::string& text, const Visi
     std::size_t outLeft = converted.size();
     ::iconv(handle, &in, &inLeft, &out, &outLeft);  // up to a unit that it cannot convert
     std::string_view results(converted.data(), converted.size() - outLeft);
-    for (; results.size() >= 4; results.remove_prefix(4), units.remove_prefix(size)) {
-      visit(units.substr(0, size), results.substr(0, 4));
+    while (!results.empty()) {
+      visit(units.substr(0, fromSize), results.substr(0, toSize));
+      units.remove_prefix(fromSize);
+      results.remove_prefix(toSize);
     }
     if (inLeft > 0) {
-      in += size;
-      inLeft -= size;
+      in += fromSize;
+      inLeft -= fromSize;
     }
   }
   ::iconv_close(handle);
@@ -129,13 +141,16 @@ void Charset::MakeTwoByteTables() {
   }
   _codePoints.assign(kBmp, 0);
   _twoBytes.assign(kCodesOfTwoBytes, 0);
-  ConvertEach<2>(_name, "UTF-32LE", codes, [&](std::string_view from, std::string_view to) {
-    const auto bytes = static_cast<std::uint16_t>(Byte(from, 0) << 8U | Byte(from, 1));
-    char32_t code = 0;
-    std::memcpy(&code, to.data(), sizeof code);
-    _codePoints[bytes] = code;
-    // Of several codes for one character the first is the one to write.
-    if (code < _twoBytes.size() && _twoBytes[code] == 0) _twoBytes[code] = bytes;
+  std::string doubled;  // characters with several codes
+  ConvertEach<2, 4>(_name, "UTF-32LE", codes, [&](std::string_view from, std::string_view to) {
+    const char32_t code = CodePoint(to);
+    _codePoints[Code(from)] = code;
+    if (code >= _twoBytes.size()) return;
+    if (_twoBytes[code] != 0) doubled += to;
+    _twoBytes[code] = Code(from);
+  });
+  ConvertEach<4, 2>("UTF-32LE", _name, doubled, [&](std::string_view from, std::string_view to) {
+    _twoBytes[CodePoint(from)] = Code(to);
   });
 }
 
@@ -149,9 +164,8 @@ void Charset::MakeFourByteTables() {
   }
   _fromFour.assign(kSupplementary, 0);
   _fourPlace.assign(kBmp, kNoPlace);
-  ConvertEach<4>("UTF-32LE", _name, codes, [&](std::string_view from, std::string_view to) {
-    char32_t code = 0;
-    std::memcpy(&code, from.data(), sizeof code);
+  ConvertEach<4, 4>("UTF-32LE", _name, codes, [&](std::string_view from, std::string_view to) {
+    const char32_t code = CodePoint(from);
     const std::size_t place = PlaceOfFour(to);
     if (place >= _fromFour.size()) return;
     _fromFour[place] = static_cast<std::uint16_t>(code);

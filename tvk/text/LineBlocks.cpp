@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "common/Fields.h"
@@ -21,11 +22,23 @@ namespace {
 
 constexpr std::size_t kReadSize = std::size_t{1} << 18U;
 
+/// Opens nothing: a named pipe may be opened once only. Returns the size of a file, else nothing.
+std::optional<std::size_t> CheckReadable(const std::string& path) {
+  struct stat status {};
+  const bool isStandardInput = path == "-";
+  const int failed =
+      isStandardInput ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status);
+  if (failed != 0 || (!isStandardInput && ::access(path.c_str(), R_OK) != 0)) {
+    throw Failure(path + ": " + std::strerror(errno));
+  }
+  if (S_ISDIR(status.st_mode)) throw Failure(path + ": is a folder, not a file");
+  if (!S_ISREG(status.st_mode)) return std::nullopt;
+  return static_cast<std::size_t>(status.st_size);
+}
+
 int Open(const std::string& path) {
   const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  struct stat status {};
-  if (file < 0 || ::fstat(file, &status) != 0) throw Failure(path + ": " + std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) throw Failure(path + ": is a folder, not a file");
+  if (file < 0) throw Failure(path + ": " + std::strerror(errno));
   return file;
 }
 
@@ -52,14 +65,9 @@ LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset,
     : _paths(std::move(paths)), _charset(charset), _isWanted(std::move(isWanted)), _output(output) {
   bool isKnown = true;
   for (const std::string& path : _paths) {
-    const int file = Open(path);
-    struct stat status {};
-    if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-      _totalSize += static_cast<std::size_t>(status.st_size);
-    } else {
-      isKnown = false;
-    }
-    Close(file);
+    const std::optional<std::size_t> size = CheckReadable(path);
+    isKnown = isKnown && size.has_value();
+    _totalSize += size.value_or(0);
   }
   if (!isKnown) _totalSize = 0;
   _place.line = 1;
