@@ -25,10 +25,13 @@ std::string NameOf(const CLI::App& app) {
 
 int main(int argc, char** argv) {
   CLI::App app{
-      "tvk: prepare, train and judge the resources of tolvek.\n"
+      "tvk: words and parts of speech of Chinese and English text, and the models behind them.\n"
+      "Text in, text out, one line for one line, in UTF-8 unless told otherwise:\n"
+      "  echo 我来到北京清华大学 | tvk segpos\n"
+      "  tvk seg --format jsonl -o words.jsonl part1.txt part2.txt\n"
       "Each command has its own --help. Data goes to the standard output or to files that are "
       "renamed when complete, everything else to the standard error stream.\n"
-      "Exit status: 0 done; 1 failed; 2 wrong usage.",
+      "Exit status: 0 done; 1 failed, or problems found; 2 wrong usage.",
       "tvk"};
   app.set_version_flag("--version", std::string("tvk ") + TVK_VERSION);
   app.require_subcommand(1);

@@ -84,7 +84,7 @@ void AddAnalyze(CLI::App& parent, Action& action) {
     run.task = task.task;
     run.threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     command->add_option("FILE", run.inputs, "Files to read; - is the standard input")
-        ->option_text("FILE... [-]");
+        ->option_text("... [-]");
     command->add_option("-o,--out", run.output, "File to write; - is the standard output")
         ->capture_default_str();
     AddChoice(*command, "--format", run.format, FormatNames(), "Form of the output");
@@ -97,21 +97,24 @@ void AddAnalyze(CLI::App& parent, Action& action) {
     AddChoice(*command, "--on-bad-bytes", run.badBytes, BadBytesNames(),
               "What becomes of bytes that are no characters, and, but for keep, of characters that "
               "the output's encoding lacks; they are counted at the end");
-    command->add_flag("!--no-fold", run.folds,
-                      IsEnglish(task.task)
-                          ? "Don't take typographic quotation marks and apostrophes for plain ones"
-                          : "Don't take traditional characters for simplified ones");
+    command->add_flag_callback(
+        "--no-fold", [options] { options->run.folds = false; },
+        "Look traditional characters and typographic punctuation up as they are");
     command
         ->add_option("-j,--threads", run.threads, "Threads; the result is the same at any number")
         ->check(CLI::Range(1, 1024))
-        ->type_name("NUMBER")
-        ->capture_default_str();
+        ->option_text("NUMBER [all cores]");
     command
         ->add_option("--data", run.data,
                      "Folder with the models; else $TOLVEK_DATA, ./data, or the installed one")
         ->type_name("DIR");
-    command->add_flag("--progress,!--no-progress", options->progress,
-                      "Report progress on the standard error stream; by default on a terminal");
+    auto* progress = command->add_flag_callback(
+        "--progress", [options] { options->progress = true; },
+        "Report progress on the standard error stream; by default on a terminal");
+    command
+        ->add_flag_callback(
+            "--no-progress", [options] { options->progress = false; }, "Don't report progress")
+        ->excludes(progress);
     command->add_flag("-q,--quiet", run.isQuiet, "No progress and no warnings");
     command->callback([&action, options] {
       Check(options->run);

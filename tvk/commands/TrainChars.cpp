@@ -17,6 +17,7 @@ struct Options {
 };
 
 void Run(const Options& options) {
+  MakeFolderOf(options.out);
   CheckWritable(options.out);
   std::string warnings;
   const std::string resource = BuildCharacterResource(options.lists, warnings);

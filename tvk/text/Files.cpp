@@ -113,6 +113,13 @@ void WriteWholeFile(const std::string& path, std::string_view content) {
   });
 }
 
+void MakeFolderOf(const std::string& path) {
+  const auto folder = std::filesystem::path(path).parent_path();
+  std::error_code error;
+  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+  if (error) throw Failure(folder.string() + ": " + error.message());
+}
+
 void CheckWritable(const std::string& path) {
   if (path == "-") return;
   if (std::filesystem::is_directory(path)) throw Failure(path + ": is a folder, not a file");

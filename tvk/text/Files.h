@@ -30,6 +30,9 @@ void WriteBeside(const std::string& path,
 /// The same for content in memory; "-" is the standard output.
 void WriteWholeFile(const std::string& path, std::string_view content);
 
+/// Makes the folder that this path lies in, if it is not there. Throws `Failure` when that fails.
+void MakeFolderOf(const std::string& path);
+
 /// Fails early: throws `Failure` when no file can be made at this path's place.
 void CheckWritable(const std::string& path);
 
