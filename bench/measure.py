@@ -55,10 +55,10 @@ def positive(kind):
     return parse
 
 
-def find_program(build):
-    program = Path(build).resolve() / "tolvek"
+def find_program(build, name="tolvek"):
+    program = Path(build).resolve() / name
     if not os.access(program, os.X_OK):
-        raise BenchError(f"no program {build}/tolvek: build it (./run does), "
+        raise BenchError(f"no program {build}/{name}: build it (README.md), "
                          "or name its folder by --build")
     return program
 
