@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "chinese/LexSegPos.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -18,15 +19,18 @@ LexSegPos::LexSegPos()
       _posTagger(std::make_unique<PosTagger>(_posScore.get(), kOrder)) {}
 
 bool LexSegPos::Initialize(bool preparePos) {
+  return Load(g_datapath, preparePos);
+}
+
+bool LexSegPos::Load(const std::string& folder, bool preparePos) {
+  const std::filesystem::path resources(folder);
   std::cerr << "Initializing ......" << std::endl;
-  if (!_charType->Initialize(true)) return false;
+  if (!_charType->LoadBinary(resources / "binarySource")) return false;
   _posReady = preparePos;  // before the models are there, and whether or not they load: kept so
-  if (!_segScore->Initialize(g_datapath + "binarySegLM", g_datapath + "binarySegModel")) {
-    return false;
-  }
+  if (!_segScore->Initialize(resources / "binarySegLM", resources / "binarySegModel")) return false;
   _segmentor->Initialize();
   if (preparePos) {
-    if (!_posScore->Initialize(g_datapath + "binaryPosModel", g_datapath + "Dict")) return false;
+    if (!_posScore->Initialize(resources / "binaryPosModel", resources / "Dict")) return false;
     _posTagger->Initialize();
   }
   std::cerr << "Initialization is finished." << std::endl;

@@ -14,7 +14,7 @@
 namespace Tolvek {
 
 /// The one object that a user of the Chinese tools meets: owns all components and loads them from
-/// the resource directory. Text is GBK.
+/// a resource directory. Text is GBK.
 ///
 ///     LexSegPos lexer;
 ///     if (lexer.Initialize(true)) {
@@ -32,9 +32,11 @@ class LexSegPos {
 
   LexSegPos();
 
-  /// Loads the resources, with those of tagging if asked. False, after the component's own message,
-  /// when one fails.
+  /// Loads the resources from "data/" in the working directory, with those of tagging if asked.
+  /// False, after the component's own message, when one fails. An object is loaded once.
   bool Initialize(bool preparePos);
+  /// The same from any folder, named with or without its final slash.
+  bool Load(const std::string& folder, bool preparePos);
 
   /// Segments one line; std::out_of_range when it is blank.
   void SegmentSentence(std::string& in, std::string& out);
@@ -42,11 +44,11 @@ class LexSegPos {
   void SegmentFile(const std::string& inPath, const std::string& outPath);
 
   /// Segments (and, with `pos`, tags) a file or a line, which is trimmed in place; a blank line
-  /// gives an empty text. False, with a report, when tagging was not asked of `Initialize`.
+  /// gives an empty text. False, with a report, when tagging was not prepared.
   bool SegPosFile(const std::string& inPath, const std::string& outPath, bool pos);
   bool SegPosSentence(std::string& in, std::string& out, bool pos);
 
-  // These need `Initialize(true)` and don't check it: without tagging resources every word's tag is
+  // These need tagging prepared and don't check it: without its resources every word's tag is
   // empty.
 
   /// Segments and tags one line; std::out_of_range when it is blank.
@@ -58,7 +60,7 @@ class LexSegPos {
   bool PosFile(const std::string& inPath, const std::string& outPath);
 
  private:
-  /// Was tagging asked of `Initialize`? Reports it if not.
+  /// Was tagging asked for? Reports it if not.
   bool CheckPosReady() const;
 
   /// The loop of `TagFile` and `PosFile`. False, with a report, when the input cannot be opened.
@@ -66,7 +68,7 @@ class LexSegPos {
   static bool ProcessFile(const std::string& inPath, const std::string& outPath,
                           std::ostream& report, const Process& process);
 
-  bool _posReady = false;  ///< was tagging asked of `Initialize`?
+  bool _posReady = false;  ///< was tagging asked for in loading?
   std::unique_ptr<CharType> _charType;
   std::unique_ptr<SegScore> _segScore;
   std::unique_ptr<PosScore> _posScore;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "english/LexEngPos.h"
 
+#include <filesystem>
 #include <iostream>
 
 #include "common/Globals.h"
@@ -19,12 +20,17 @@ LexEngPos::LexEngPos()
       _engPosTagger(std::make_unique<EngPosTagger>(kOrder)) {}
 
 bool LexEngPos::Initialize(bool preparePos) {
-  if (!_engToken->Initialize()) {
+  return Load(g_datapath, preparePos);
+}
+
+bool LexEngPos::Load(const std::string& folder, bool preparePos) {
+  const std::filesystem::path resources(folder);
+  if (!_engToken->Load(resources / "abbtitle")) {
     std::cerr << "Tokenizer Initialize Failed!" << std::endl;
     return false;
   }
   if (!preparePos) return true;
-  if (!_engPosScore->Initialize(g_datapath + "binaryEngPosModel", g_datapath + "EngDict")) {
+  if (!_engPosScore->Initialize(resources / "binaryEngPosModel", resources / "EngDict")) {
     return false;
   }
   _engPosTagger->Initialize(_engToken.get(), _engPosScore.get());

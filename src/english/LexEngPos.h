@@ -11,7 +11,7 @@
 namespace Tolvek {
 
 /// The one object that a user of the English tools meets: owns all components and loads them from
-/// the resource directory.
+/// a resource directory.
 ///
 ///     LexEngPos lexer;
 ///     if (lexer.Initialize(true)) {
@@ -24,9 +24,11 @@ class LexEngPos {
  public:
   LexEngPos();
 
-  /// Loads the tokenizer's resource, with those of tagging if asked. False, after a message, when
-  /// one fails.
+  /// Loads the tokenizer's resource from "data/" in the working directory, with those of tagging if
+  /// asked. False, after a message, when one fails. An object is loaded once.
   bool Initialize(bool preparePos);
+  /// The same from any folder, named with or without its final slash.
+  bool Load(const std::string& folder, bool preparePos);
 
   /// Tokenizes one line, trimmed in place; a blank one gives an empty text.
   void EngTokenSentence(std::string& in, std::string& out);
@@ -46,7 +48,7 @@ class LexEngPos {
   /// Was tagging prepared? Reports it if not.
   bool CheckPosReady() const;
 
-  bool _posReady = false;  ///< has `Initialize(true)` succeeded?
+  bool _posReady = false;  ///< has loading with tagging succeeded?
   std::unique_ptr<EngToken> _engToken;
   std::unique_ptr<EngPosScore> _engPosScore;
   std::unique_ptr<EngPosTagger> _engPosTagger;

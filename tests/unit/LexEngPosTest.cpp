@@ -25,8 +25,17 @@ class LexEngPosTest : public Scratch {
   }
   /// Initializes and returns the messages, then the result.
   static std::string Report(LexEngPos& lexer, bool preparePos) {
+    return ReportOf([&] { return lexer.Initialize(preparePos); });
+  }
+
+  /// The same for loading from a folder.
+  static std::string LoadReport(LexEngPos& lexer, const std::string& folder, bool preparePos) {
+    return ReportOf([&] { return lexer.Load(folder, preparePos); });
+  }
+  template <class Call>
+  static std::string ReportOf(const Call& call) {
     bool result = false;
-    const Output output = Capture([&] { result = lexer.Initialize(preparePos); });
+    const Output output = Capture([&] { result = call(); });
     EXPECT_EQ(output.out, "");
     return output.err + (result ? "true" : "false");
   }
@@ -110,6 +119,45 @@ TEST_F(LexEngPosTest, InitializeStopsAtTheFirstMissingResource) {
             "English Postagger Initializing ... \n"
             "Can not open the ME model File: data/binaryEngPosModel\nfalse");
   ExpectRefusal(fourth);
+}
+
+TEST_F(LexEngPosTest, LoadsFromAnyFolder) {
+  Write();
+  std::filesystem::rename("data", "else where");
+  const std::string absolute = std::filesystem::absolute("else where").string();
+  for (const std::string& folder : {std::string("else where"), std::string("else where/"),
+                                    std::string("./else where//"), absolute, absolute + "/"}) {
+    LexEngPos lexer;
+    EXPECT_EQ(LoadReport(lexer, folder, true), "English Postagger Initializing ... done\ntrue");
+    EXPECT_EQ(Tagged(lexer, "the end.", false), "the/DT end/NN ./. ") << folder;
+  }
+  std::filesystem::current_path("else where");
+  EXPECT_EQ(LoadReport(_lexer, "", true), "English Postagger Initializing ... done\ntrue")
+      << "the working directory itself";
+}
+
+TEST_F(LexEngPosTest, LoadNamesTheFirstMissingResource) {
+  Write();
+  std::filesystem::rename("data", "share");
+  const auto report = [](const std::string& folder, bool preparePos) {
+    LexEngPos lexer;
+    const std::string text = LoadReport(lexer, folder, preparePos);
+    ExpectRefusal(lexer);
+    return text;
+  };
+  std::filesystem::remove("share/EngDict");
+  EXPECT_EQ(report("share", true),
+            "English Postagger Initializing ... \nOpen share/EngDict error.\nfalse");
+  std::filesystem::remove("share/binaryEngPosModel");
+  EXPECT_EQ(report("./share/", true),
+            "English Postagger Initializing ... \n"
+            "Can not open the ME model File: ./share/binaryEngPosModel\nfalse");
+  EXPECT_EQ(report("share", false), "true") << "the tokenizer does not need them";
+  for (const bool preparePos : {false, true}) {
+    EXPECT_EQ(report("nowhere", preparePos),
+              "Open nowhere/abbtitle error!\nTokenizer Initialize Failed!\nfalse");
+    EXPECT_EQ(report("", preparePos), "Open abbtitle error!\nTokenizer Initialize Failed!\nfalse");
+  }
 }
 
 TEST_F(LexEngPosTest, ADictionaryThatEndsEarly) {

@@ -21,8 +21,16 @@ class LexSegPosTest : public Scratch {
   }
   /// Initializes and returns the messages, then the result.
   static std::string Report(bool pos = false) {
+    return ReportOf([&] { return LexSegPos().Initialize(pos); });
+  }
+  /// The same for loading from a folder.
+  static std::string LoadReport(LexSegPos& lexer, const std::string& folder, bool pos) {
+    return ReportOf([&] { return lexer.Load(folder, pos); });
+  }
+  template <class Call>
+  static std::string ReportOf(const Call& call) {
     bool result = false;
-    const Output output = Capture([&] { result = LexSegPos().Initialize(pos); });
+    const Output output = Capture([&] { result = call(); });
     EXPECT_EQ(output.out, "");
     return output.err + (result ? "true" : "false");
   }
@@ -55,6 +63,31 @@ TEST_F(LexSegPosTest, OnlyTheBinaryCharacterResourceIsUsed) {
   std::filesystem::remove("data/binarySource");
   WriteText("data/Punc", Section({","}));
   EXPECT_EQ(Report(), "Initializing ......\nCan not open the Model File: data/binarySource\nfalse");
+}
+
+TEST_F(LexSegPosTest, LoadsFromAnyFolder) {
+  SegKnowledge knowledge;
+  knowledge.FavourEach({kWo, kMen}, 'S');
+  knowledge.Write();
+  std::filesystem::rename("data", "else where");
+  const std::string absolute = std::filesystem::absolute("else where").string();
+  for (const std::string& folder : {std::string("else where"), std::string("else where/"),
+                                    std::string("./else where//"), absolute, absolute + "/"}) {
+    LexSegPos lexer;
+    EXPECT_EQ(LoadReport(lexer, folder, false),
+              "Initializing ......\nSegmentor Initializing ... done\n"
+              "Initialization is finished.\ntrue");
+    std::string in = kWo + kMen;
+    std::string out;
+    EXPECT_TRUE(lexer.SegPosSentence(in, out, false));
+    EXPECT_EQ(out, kWo + " " + kMen + " ") << folder;
+  }
+  std::filesystem::current_path("else where");
+  LexSegPos lexer;
+  EXPECT_EQ(
+      LoadReport(lexer, "", false),
+      "Initializing ......\nSegmentor Initializing ... done\nInitialization is finished.\ntrue")
+      << "the working directory itself";
 }
 
 TEST_F(LexSegPosTest, SegmentSentence) {
@@ -217,6 +250,46 @@ TEST_F(LexSegPosTagging, InitializeStopsAtTheFirstMissingResource) {
   std::filesystem::remove("data/binarySource");
   EXPECT_EQ(Report(true),
             "Initializing ......\nCan not open the Model File: data/binarySource\nfalse");
+}
+
+TEST_F(LexSegPosTagging, LoadsFromAnyFolder) {
+  std::filesystem::rename("data", "share");
+  LexSegPos lexer;
+  EXPECT_EQ(LoadReport(lexer, "share", true),
+            "Initializing ......\nSegmentor Initializing ... done\n"
+            "Postagger Initializing ... done\nInitialization is finished.\ntrue");
+  std::string in = kWo + kMen + kStop;
+  std::string out;
+  EXPECT_TRUE(lexer.SegPosSentence(in, out, true));
+  EXPECT_EQ(out, kWo + kMen + "/n " + kStop + "/w ");
+}
+
+TEST_F(LexSegPosTagging, LoadNamesTheFirstMissingResource) {
+  std::filesystem::rename("data", "share");
+  const std::string start = "Initializing ......\nSegmentor Initializing ... ";
+  const auto report = [](const std::string& folder) {
+    LexSegPos lexer;
+    return LoadReport(lexer, folder, true);
+  };
+  std::filesystem::remove("share/Dict");
+  EXPECT_EQ(report("share"),
+            start + "done\nPostagger Initializing ... \nOpen share/Dict error.\nfalse");
+  std::filesystem::remove("share/binaryPosModel");
+  EXPECT_EQ(report("share/"), start +
+                                  "done\nPostagger Initializing ... \n"
+                                  "Can not open the ME model File: share/binaryPosModel\nfalse");
+  std::filesystem::remove("share/binarySegModel");
+  EXPECT_EQ(report("./share"),
+            start + "\nCan not open the ME model File: ./share/binarySegModel\nfalse");
+  std::filesystem::remove("share/binarySegLM");
+  EXPECT_EQ(report("share"),
+            start + "\nCan not open the Language Model File: share/binarySegLM\nfalse");
+  std::filesystem::remove("share/binarySource");
+  EXPECT_EQ(report("share"),
+            "Initializing ......\nCan not open the Model File: share/binarySource\nfalse");
+  EXPECT_EQ(report("nowhere"),
+            "Initializing ......\nCan not open the Model File: nowhere/binarySource\nfalse");
+  EXPECT_EQ(report(""), "Initializing ......\nCan not open the Model File: binarySource\nfalse");
 }
 
 TEST_F(LexSegPosTagging, TheFlagIsSetBeforeTheModelsAreLoaded) {
