@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a finished build, moves the installed tree and uses it from outside: the programs, the
-# library by way of CMake and of pkg-config.
+# library by way of CMake and of pkg-config. Then the same with the Debian package, unpacked.
 #
 #   tests/install/check.sh BUILD
 set -euo pipefail
@@ -114,3 +114,21 @@ same "example of README.md" <(tail -n +2 "$here/main.cpp") "$work/example.cpp"
 quietly cmake --install "$build" --prefix "$work/first"
 mv "$work/first" "$work/moved"
 check_tree "$work/moved"
+
+(umask 077 && quietly cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work/package")
+package=$(echo "$work"/package/tolvek_"$version"_*.deb)
+dpkg-deb -x "$package" "$work/root"
+check_tree "$work/root/usr"
+same "files of the package" <(files "$work/moved") <(files "$work/root/usr")
+same "folders of the package" <(echo usr) <(ls "$work/root")
+for program in "${programs[@]}"; do
+  [[ $(file -b "$work/root/usr/bin/$program") == *", stripped"* ]] || fail "$program is not stripped"
+done
+strange=$(dpkg-deb -c "$package" | awk '$1 !~ /^(d|-)rw(x|-)r-(x|-)r-(x|-)$/ || $2 != "root/root"')
+[ -z "$strange" ] || fail "odd modes or owners: $strange"
+depends=$(dpkg-deb -f "$package" Depends)
+for library in libc6 libstdc++6; do
+  [[ $depends == *"$library (>= "* ]] || fail "depends on '$depends', not on $library"
+done
+[ "$(dpkg-deb -f "$package" Package Version)" = "Package: tolvek
+Version: $version" ] || fail "another name or version: $(dpkg-deb -f "$package")"
