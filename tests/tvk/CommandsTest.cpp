@@ -1,33 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <sys/wait.h>
-
-#include <cstdlib>
-
-#include "Workplace.h"
+#include "Program.h"
 #include "common/Globals.h"
 
 namespace Tolvek {
 namespace {
 
-/// Runs the program as a user does.
-class Commands : public Workplace {
- protected:
-  /// The exit status; the two streams are left in `_out` and `_err`.
-  int Run(const std::string& arguments) {
-    const std::string command = std::string(TVK_PROGRAM) + " " + arguments + " >out.txt 2>err.txt";
-    const int status = std::system(command.c_str());
-    _out = Get("out.txt");
-    _err = Get("err.txt");
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  static std::size_t Lines(const std::string& text) {
-    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-  }
-
-  std::string _out;
-  std::string _err;
-};
+class Commands : public Program {};
 
 TEST_F(Commands, HelpGoesToTheStandardOutput) {
   for (const char* command :
@@ -288,6 +266,8 @@ TEST_F(Commands, ATrainedChineseTaggerIsComplete) {
   EXPECT_EQ(Run(arguments + "--out again --quiet --threads 3"), 0);
   EXPECT_EQ(Get("again/binaryPosModel"), Get("data/binaryPosModel"));
   EXPECT_EQ(Get("again/Dict"), Get("data/Dict"));
+  EXPECT_EQ(Run("train pos --corpus train --data data --dev none --out early"), 1);
+  EXPECT_FALSE(std::filesystem::exists("early/Dict")) << "known before the work, not after it";
 }
 
 TEST_F(Commands, ATrainedEnglishTaggerIsComplete) {

@@ -47,8 +47,9 @@ class SmallTraining : public Workplace {
   }
 
   SegModels Train(const SegTrainerOptions& options, SegCounts* counts = nullptr) {
-    StepLog log(&_log, false);
-    SegTrainer trainer(_types, options, log);
+    StepLog log(&_log, 0);
+    StepStore steps;
+    SegTrainer trainer(_types, options, log, steps);
     trainer.AddCorpus(ReadCorpus("train", Encoding::kUtf8, Tagging::kUntagged));
     trainer.AddRawText(Get("raw"));
     trainer.AddLexicon(ReadReadableList("lexicon", 1));

@@ -31,7 +31,7 @@ class TagTrainerTest : public Workplace {
   TagModelFit Train(const SentenceFeatures& features, const TagTrainerOptions& options,
                     const std::vector<TaggedSentence>& sentences, double weight = 1,
                     double seen = 1) {
-    TagTrainer trainer(_tags, features, options, _log);
+    TagTrainer trainer(_tags, features, options, _log, _steps);
     trainer.Add(sentences, weight, seen);
     return trainer.Train("test");
   }
@@ -52,7 +52,8 @@ class TagTrainerTest : public Workplace {
   }
 
   TagSet _tags;
-  StepLog _log{nullptr, false};
+  StepLog _log{nullptr, 0};
+  StepStore _steps;
 };
 
 using Names = std::vector<std::string>;
@@ -102,7 +103,7 @@ TEST_F(TagTrainerTest, TheWeightOfATextIsThatOfSoManyCopies) {
   const TaggedSentence b = Tagged({"w"}, {"Y"});
   TagTrainerOptions options;
   options.fit.tolerance = 0;
-  TagTrainer weighted(_tags, WordOnly, options, _log);
+  TagTrainer weighted(_tags, WordOnly, options, _log, _steps);
   const std::vector<TaggedSentence> as{a};
   const std::vector<TaggedSentence> bs{b};
   weighted.Add(as, 3);
@@ -205,7 +206,7 @@ TEST_F(TagTrainerTest, RawTextTeachesWhatGoldTextLacks) {
   recipe.rawSeen = 1;
   const auto train = [&](int threads, TagDictionaryBuilder& dictionary) {
     recipe.model.fit.threads = recipe.teacher.fit.threads = threads;
-    return TrainTagger(_tags, language, gold, raw, recipe, _log, dictionary);
+    return TrainTagger(_tags, language, gold, raw, recipe, _log, _steps, dictionary);
   };
   TagDictionaryBuilder dictionary = words;
   const TagModelFit fit = train(1, dictionary);

@@ -21,8 +21,15 @@ std::vector<std::vector<std::string>> Sentences() {
   return sentences;
 }
 
+WordClusters Cluster(const std::vector<std::vector<std::string>>& sentences,
+                     const WordClusterOptions& options) {
+  StepLog quiet(nullptr, 0);
+  StepStore none;
+  return {sentences, options, quiet, none};
+}
+
 TEST(WordClusters, WordsThatKeepTheSameCompanyStandTogether) {
-  const WordClusters clusters(Sentences(), {.sizes = {3}, .leastCount = 2, .rounds = 20});
+  const WordClusters clusters = Cluster(Sentences(), {.sizes = {3}, .leastCount = 2, .rounds = 20});
   const auto cluster = [&](const std::string& word) { return clusters.Find(0, word); };
   for (int i = 1; i < 4; ++i) {
     EXPECT_EQ(cluster("n" + std::to_string(i)), cluster("n0"));
@@ -32,20 +39,20 @@ TEST(WordClusters, WordsThatKeepTheSameCompanyStandTogether) {
 }
 
 TEST(WordClusters, RareAndUnknownWordsShareACluster) {
-  const WordClusters clusters(Sentences(), {.sizes = {3}, .leastCount = 2});
+  const WordClusters clusters = Cluster(Sentences(), {.sizes = {3}, .leastCount = 2});
   EXPECT_EQ(clusters.Find(0, "rare"), clusters.Find(0, "never seen"));
   EXPECT_NE(clusters.Find(0, "rare"), clusters.Find(0, "the"));
 }
 
 TEST(WordClusters, SeveralClusterings) {
-  const WordClusters clusters(Sentences(), {.sizes = {1, 3, 50}, .leastCount = 2});
+  const WordClusters clusters = Cluster(Sentences(), {.sizes = {1, 3, 50}, .leastCount = 2});
   ASSERT_EQ(clusters.Count(), 3U);
   EXPECT_EQ(clusters.Find(0, "n0"), clusters.Find(0, "v0"));
   EXPECT_NE(clusters.Find(1, "n0"), clusters.Find(1, "v0"));
 }
 
 TEST(WordClusters, NoText) {
-  const WordClusters clusters({}, {});
+  const WordClusters clusters = Cluster({}, {});
   EXPECT_EQ(clusters.Find(0, "a"), clusters.Find(0, "b"));
 }
 

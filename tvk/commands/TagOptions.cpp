@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/commands/TagOptions.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 #include <sstream>
 #include <thread>
 
@@ -80,9 +77,8 @@ void AddTagTrainOptions(CLI::App& command, TagTrainOptions& options) {
   command.add_option("--corpus", options.corpora, "Tagged corpora to learn from")->required();
   command.add_option("--raw", options.raw, "Text without tags, which a teacher tags to learn from");
   command.add_option("--dev", options.development, "Tagged corpus to report accuracy on");
-  command.add_option("-o,--out", options.out, "Folder to write to")->required();
+  AddTrainOptions(command, options);
   command.add_flag("--text-form", options.textForm, "Also leave the model's text form, with .txt");
-  command.add_flag("-q,--quiet", options.quiet, "No progress on the standard error stream");
   command
       .add_option_function<int>(
           "--threads",
@@ -130,10 +126,6 @@ void AddTagTrainOptions(CLI::App& command, TagTrainOptions& options) {
             "Such words seen fewer times are not listed", 0);
   AddNumber(command, dictionary, "--raw-least-share", recipe.rawWords.leastShare,
             "Tags with a smaller share of such a word are not listed", 0);
-}
-
-StepLog MakeLog(bool quiet) {
-  return {quiet ? nullptr : &std::cerr, ::isatty(STDERR_FILENO) != 0};
 }
 
 TaggerFiles::TaggerFiles(const std::string& folder, const std::string& model,

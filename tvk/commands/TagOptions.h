@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tvk/commands/Options.h"
+#include "tvk/commands/TrainOptions.h"
 #include "tvk/evaluate/TagEvaluation.h"
 #include "tvk/text/StepLog.h"
 #include "tvk/train/TagRecipe.h"
@@ -13,21 +14,16 @@
 namespace Tolvek {
 
 /// What the commands that train a tagger have in common.
-struct TagTrainOptions {
+struct TagTrainOptions : TrainOptions {
   std::vector<std::string> corpora;
   std::vector<std::string> raw;
   std::string development;
-  std::string out;
   bool textForm = false;
-  bool quiet = false;
   TagRecipe recipe;
 };
 
 /// Adds these options; those of the recipe have what it holds now as defaults.
 void AddTagTrainOptions(CLI::App& command, TagTrainOptions& options);
-
-/// The trainer's log on the standard error stream.
-StepLog MakeLog(bool quiet);
 
 /// The files of a tagger in the folder that the options name, which is made.
 struct TaggerFiles {

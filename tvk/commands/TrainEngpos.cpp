@@ -119,7 +119,9 @@ void Run(const Options& options) {
   if (!options.texts.empty() && options.texts.size() != options.corpora.size()) {
     throw Failure("--text: one file for each corpus expected");
   }
-  StepLog log = MakeLog(options.quiet);
+  StepLog log = MakeLog(options);
+  StepStore steps =
+      MakeSteps(options, {options.corpora, options.texts, options.raw, {options.lists}}, log);
   EngToken tokenizer;
   if (!tokenizer.Load(options.lists)) {
     throw Failure(options.lists + ": cannot be read (see tvk train abbtitle)");
@@ -153,12 +155,18 @@ void Run(const Options& options) {
     }
   }
 
+  TextCorpus development;
+  if (!options.development.empty()) {
+    development = Read(options.development, options.developmentText, options.encoding);
+  }
+
   const TagLanguage language{
       NeighbourFeatures([](auto&&... arguments) { EngPosScore::ForEachFeature(arguments...); }),
       EnglishTeacherFeatures, ClusterForm};
   const TagModelFit model =
-      TrainTagger(tags, language, texts, std::move(raw), options.recipe, log, words);
+      TrainTagger(tags, language, texts, std::move(raw), options.recipe, log, steps, words);
   WriteTagger(files, "English parts of speech", tags, model, words.Section(), options, log);
+  steps.Done();
   if (options.development.empty() || options.quiet) return;
   EngPosScore scorer;
   if (!scorer.Initialize(files.modelPath, files.dictionaryPath)) {
@@ -166,8 +174,6 @@ void Run(const Options& options) {
   }
   EngPosTagger tagger(2);
   tagger.Initialize(&tokenizer, &scorer);
-  const TextCorpus development =
-      Read(options.development, options.developmentText, options.encoding);
   SayAccuracy(Evaluate(tagger, development, true, known),
               development.lines.empty() ? TagCounts{} : Evaluate(tagger, development, false, known),
               log);

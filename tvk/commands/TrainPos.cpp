@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
 
 #include "chinese/CharType.h"
@@ -36,10 +37,25 @@ TagRecipe DefaultRecipe() {
   return recipe;
 }
 
+/// Silences the standard error stream as long as it lives, if asked to: the core tells there that
+/// it loads models.
+class Silence {
+ public:
+  explicit Silence(bool isOn) : _before(std::cerr.rdbuf()) {
+    if (isOn) std::cerr.rdbuf(nullptr);
+  }
+  ~Silence() { std::cerr.rdbuf(_before); }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+
+ private:
+  std::streambuf* _before;
+};
+
 /// The segmenter that the tagger works behind.
 class SegmenterOfFolder {
  public:
-  explicit SegmenterOfFolder(const std::string& folder) {
+  SegmenterOfFolder(const std::string& folder, bool quiet) : _quiet(quiet) {
     const auto inFolder = [&](const char* name) { return folder + "/" + name; };
     if (!_characters.LoadBinary(inFolder("binarySource"))) {
       throw Failure(inFolder("binarySource") + ": not a character resource (see tvk train chars)");
@@ -78,6 +94,7 @@ class SegmenterOfFolder {
   /// The models are loaded when they are needed first.
   std::string SegmentGbk(std::string line) {
     if (!_isLoaded) {
+      const Silence silence(_quiet);
       if (!_scorer.Initialize(_folder + "/binarySegLM", _folder + "/binarySegModel")) {
         throw Failure(_folder + ": no models of the segmenter (see tvk train seg)");
       }
@@ -90,6 +107,7 @@ class SegmenterOfFolder {
     return words;
   }
 
+  bool _quiet;
   std::string _folder;
   CharType _characters;
   SegScore _scorer{&_characters};
@@ -139,8 +157,14 @@ TagCounts Evaluate(PosTagger& tagger, const Corpus& gold, const WordSet& known,
 
 void Run(const Options& options) {
   const TaggerFiles files(options.out, "binaryPosModel", "Dict");
-  StepLog log = MakeLog(options.quiet);
-  SegmenterOfFolder segmenter(options.data);
+  StepLog log = MakeLog(options);
+  StepStore steps = MakeSteps(options,
+                              {options.corpora,
+                               options.raw,
+                               {options.data + "/binarySource", options.data + "/binarySegLM",
+                                options.data + "/binarySegModel"}},
+                              log);
+  SegmenterOfFolder segmenter(options.data, options.quiet);
 
   TagSet tags;
   TagDictionaryBuilder words;
@@ -164,6 +188,11 @@ void Run(const Options& options) {
             std::to_string(segmenter.Skipped()));
   }
 
+  Corpus development;
+  if (!options.development.empty()) {
+    development = ReadCorpus(options.development, options.encoding, Tagging::kTagged);
+  }
+
   const CharType& charType = segmenter.Characters();
   const TagLanguage language{NeighbourFeatures([&charType](auto&&... arguments) {
                                PosScore::ForEachFeature(charType, arguments...);
@@ -173,16 +202,16 @@ void Run(const Options& options) {
                              },
                              [](std::string_view word) { return std::string(word); }};
   const TagModelFit model =
-      TrainTagger(tags, language, gold, std::move(raw), options.recipe, log, words);
+      TrainTagger(tags, language, gold, std::move(raw), options.recipe, log, steps, words);
   WriteTagger(files, "Chinese parts of speech", tags, model, characters.Section() + words.Section(),
               options, log);
+  steps.Done();
   if (options.development.empty() || options.quiet) return;
   PosScore scorer(&charType);
   if (!scorer.Initialize(files.modelPath, files.dictionaryPath)) {
     throw Failure("the written model cannot be loaded");
   }
   PosTagger tagger(&scorer, LexSegPos::kOrder);
-  const Corpus development = ReadCorpus(options.development, options.encoding, Tagging::kTagged);
   SayAccuracy(Evaluate(tagger, development, known,
                        [&](const Sentence& sentence) { return segmenter.Join(sentence.words); }),
               Evaluate(tagger, development, known,

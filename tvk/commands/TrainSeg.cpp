@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <thread>
 
@@ -13,6 +10,7 @@
 #include "chinese/Segmentor.h"
 #include "tvk/commands/Command.h"
 #include "tvk/commands/Options.h"
+#include "tvk/commands/TrainOptions.h"
 #include "tvk/evaluate/SegEvaluation.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
@@ -23,15 +21,13 @@ namespace Tolvek {
 
 namespace {
 
-struct Options {
+struct Options : TrainOptions {
   std::vector<std::string> corpora;
   std::vector<std::string> lexicons;
   std::vector<std::string> raw;
   std::string development;
   std::string characters = "data/binarySource";
-  std::string out;
   bool text = false;
-  bool quiet = false;
   Encoding encoding = Encoding::kUtf8;
   Tagging tagging = Tagging::kAuto;
   SegTrainerOptions recipe;
@@ -71,12 +67,14 @@ void Run(const Options& options) {
   fs::create_directories(options.out, error);
   CheckWritable(lmPath);
 
-  StepLog log(options.quiet ? nullptr : &std::cerr, ::isatty(STDERR_FILENO) != 0);
+  StepLog log = MakeLog(options);
+  StepStore steps = MakeSteps(
+      options, {options.corpora, options.raw, options.lexicons, {options.characters}}, log);
   CharType characters;
   if (!characters.LoadBinary(options.characters)) {
     throw Failure(options.characters + ": not a character resource (see tvk train chars)");
   }
-  SegTrainer trainer(characters, options.recipe, log);
+  SegTrainer trainer(characters, options.recipe, log, steps);
   WordSet known;
   for (const std::string& path : options.corpora) {
     const Corpus corpus = ReadCorpus(path, options.encoding, options.tagging);
@@ -102,6 +100,7 @@ void Run(const Options& options) {
     WriteWholeFile(inFolder("segModel.txt"), models.meText);
     WriteWholeFile(inFolder("segLM.arpa"), models.lmArpa);
   }
+  steps.Done();
   log.Say(mePath + ": " + std::to_string(models.weights) + " weights, " +
           std::to_string(fs::file_size(mePath)) + " bytes");
   log.Say(lmPath + ": " + std::to_string(models.unigrams) + " unigrams, " +
@@ -137,9 +136,8 @@ void AddTrainSeg(CLI::App& parent, Action& action) {
                       "Lists of words (UTF-8) that the language model learns besides");
   command->add_option("--dev", o.development, "Segmented corpus to report F1 on");
   command->add_option("--chars", o.characters, "The character resource")->capture_default_str();
-  command->add_option("-o,--out", o.out, "Folder to write the models to")->required();
+  AddTrainOptions(*command, o);
   command->add_flag("--text", o.text, "Also leave the text forms segModel.txt and segLM.arpa");
-  command->add_flag("-q,--quiet", o.quiet, "No progress on the standard error stream");
   command->add_option("--threads", recipe.threads, "Threads; the result is the same at any number")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();

@@ -8,6 +8,7 @@
 
 #include "tvk/text/StepLog.h"
 #include "tvk/train/MaxEntTrainer.h"
+#include "tvk/train/StepStore.h"
 
 namespace Tolvek {
 
@@ -15,10 +16,10 @@ namespace Tolvek {
 /// empty.
 using FitFigures = std::function<std::string(int iteration, std::span<const double> weights)>;
 
-/// Fits weights from zero, as one step of the log. A fit that stops early then stays on the careful
-/// side.
+/// Fits weights from zero, as one step of the log and of what is kept. A fit that stops early then
+/// stays on the careful side.
 void LoggedFit(MaxEntTrainer& trainer, const std::string& name, const Objective& objective,
-               const FitOptions& options, const FitFigures& figures, StepLog& log,
+               const FitOptions& options, const FitFigures& figures, StepLog& log, StepStore& steps,
                std::vector<double>& weights);
 
 }  // namespace Tolvek

@@ -47,8 +47,9 @@ const std::vector<std::pair<std::string, FirstFit>>& FirstFitNames() {
   return names;
 }
 
-SegTrainer::SegTrainer(const CharType& charType, const SegTrainerOptions& options, StepLog& log)
-    : _charType(charType), _options(options), _log(log), _alphabet(charType) {
+SegTrainer::SegTrainer(const CharType& charType, const SegTrainerOptions& options, StepLog& log,
+                       StepStore& steps)
+    : _charType(charType), _options(options), _log(log), _steps(steps), _alphabet(charType) {
   _options.fit.threads = _options.threads;
 }
 
@@ -163,6 +164,7 @@ void SegTrainer::ForEachFeature(const CharIds& sentence, std::size_t position,
 }
 
 void SegTrainer::BuildFeatures() {
+  _log.Begin("features");
   TextTable counts;
   for (const GoldSentence& sentence : _gold) {
     for (std::size_t i = 0; i < sentence.characters.size(); ++i) {
@@ -192,7 +194,7 @@ void SegTrainer::BuildFeatures() {
                                _options.allPairs);
   _weights.assign(_parameters.tags.size(), 0.0);
   _fitter.emplace(_rows, _parameters, _options.threads);
-  _log.Say(std::to_string(_gold.size()) + " sentences, " + std::to_string(_rows.Rows()) +
+  _log.End(std::to_string(_gold.size()) + " sentences, " + std::to_string(_rows.Rows()) +
            " characters, " + std::to_string(_features.size()) + " features, " +
            std::to_string(_weights.size()) + " weights; " + std::to_string(_raw.size()) +
            " raw sentences");
@@ -205,7 +207,7 @@ void SegTrainer::Fit(const std::string& name, const Objective& objective,
     const bool isDue = iteration == 0 || (every > 0 && iteration % every == 0);
     return isDue ? FiguresOnDevelopment(weights) : "";
   };
-  LoggedFit(*_fitter, name, objective, options, figures, _log, _weights);
+  LoggedFit(*_fitter, name, objective, options, figures, _log, _steps, _weights);
 }
 
 void SegTrainer::FitPositions() {
@@ -252,10 +254,11 @@ std::vector<int> SegTrainer::Tokens(const CharIds& sentence,
 }
 
 void SegTrainer::SegmentRaw() {
-  _log.Begin("segmenting the raw text", 1);
+  _log.Begin("segmenting the raw text");
   std::vector<std::vector<int>> tokens(_raw.size());
   ParallelFor(_options.threads, _raw.size(), [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
+      if (begin == 0) _log.Part(i, end);
       tokens[i] = Tokens(_raw[i], Decode(_raw[i], _weights));
     }
   });

@@ -15,6 +15,7 @@
 #include "tvk/train/NgramEstimator.h"
 #include "tvk/train/ReadableList.h"
 #include "tvk/train/SegLattice.h"
+#include "tvk/train/StepStore.h"
 
 namespace Tolvek {
 
@@ -73,11 +74,13 @@ struct SegModels {
 /// Pruning of the language model and the L1 penalty belong to the last round: until then they would
 /// only cost accuracy.
 ///
-/// Everything is the same at any number of threads, to the last byte.
+/// Everything is the same at any number of threads, to the last byte, and when fits that an
+/// interrupted run kept are taken over.
 class SegTrainer {
  public:
-  /// Borrows the character table and the log.
-  SegTrainer(const CharType& charType, const SegTrainerOptions& options, StepLog& log);
+  /// Borrows the character table, the log and the kept steps, which the fits are.
+  SegTrainer(const CharType& charType, const SegTrainerOptions& options, StepLog& log,
+             StepStore& steps);
 
   /// Text to learn from. Sentences that GBK cannot hold are skipped and counted.
   void AddCorpus(const Corpus& corpus);
@@ -122,6 +125,7 @@ class SegTrainer {
   const CharType& _charType;
   SegTrainerOptions _options;
   StepLog& _log;
+  StepStore& _steps;
   Converter _toGbk{Encoding::kUtf8, Encoding::kGbk};
   SegAlphabet _alphabet;
   std::vector<GoldSentence> _gold;

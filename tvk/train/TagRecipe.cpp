@@ -12,8 +12,7 @@ namespace {
 
 WordClusters ClusterWords(const TagLanguage& language, const std::vector<GoldText>& gold,
                           const std::vector<std::vector<std::string>>& raw, const TagRecipe& recipe,
-                          StepLog& log) {
-  log.Begin("clustering words", 1);
+                          StepLog& log, StepStore& steps) {
   std::vector<std::vector<std::string>> sentences;
   const auto add = [&](const std::vector<std::string>& words) {
     std::vector<std::string>& forms = sentences.emplace_back();
@@ -23,9 +22,7 @@ WordClusters ClusterWords(const TagLanguage& language, const std::vector<GoldTex
     for (const TaggedSentence& sentence : text.sentences) add(sentence.words);
   }
   for (const auto& words : raw) add(words);
-  WordClusters clusters(sentences, recipe.clusters);
-  log.End(std::to_string(sentences.size()) + " sentences");
-  return clusters;
+  return {sentences, recipe.clusters, log, steps};
 }
 
 /// The raw text with the tags that a teacher gives it.
@@ -33,18 +30,19 @@ std::vector<TaggedSentence> Teach(const TagSet& tags, const TagLanguage& languag
                                   const std::vector<GoldText>& gold,
                                   std::vector<std::vector<std::string>> raw,
                                   const TagDictionaryBuilder& dictionary, const TagRecipe& recipe,
-                                  StepLog& log) {
-  const WordClusters clusters = ClusterWords(language, gold, raw, recipe, log);
+                                  StepLog& log, StepStore& steps) {
+  const WordClusters clusters = ClusterWords(language, gold, raw, recipe, log, steps);
   const SentenceFeatures features = language.teacherFeatures(clusters);
-  TagTrainer trainer(tags, features, recipe.teacher, log);
+  TagTrainer trainer(tags, features, recipe.teacher, log, steps);
   for (const GoldText& text : gold) trainer.Add(text.sentences, text.weight);
   const TagModelFit model = trainer.Train("teacher");
 
-  log.Begin("tagging the raw text", 1);
+  log.Begin("tagging the raw text");
   const TagTeacher teacher(tags, features, model, dictionary);
   std::vector<TaggedSentence> taught(raw.size());
   ParallelFor(recipe.model.fit.threads, raw.size(), [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
+      if (begin == 0) log.Part(i, end);
       taught[i].words = std::move(raw[i]);
       teacher.Tag(taught[i]);
     }
@@ -58,10 +56,10 @@ std::vector<TaggedSentence> Teach(const TagSet& tags, const TagLanguage& languag
 TagModelFit TrainTagger(const TagSet& tags, const TagLanguage& language,
                         const std::vector<GoldText>& gold,
                         std::vector<std::vector<std::string>> raw, const TagRecipe& recipe,
-                        StepLog& log, TagDictionaryBuilder& words) {
+                        StepLog& log, StepStore& steps, TagDictionaryBuilder& words) {
   std::vector<TaggedSentence> taught;
   if (!raw.empty() && recipe.rawWeight > 0) {
-    taught = Teach(tags, language, gold, std::move(raw), words, recipe, log);
+    taught = Teach(tags, language, gold, std::move(raw), words, recipe, log, steps);
   }
   TagDictionaryBuilder rawWords;
   if (recipe.listRawWords) {
@@ -77,7 +75,7 @@ TagModelFit TrainTagger(const TagSet& tags, const TagLanguage& language,
   rawWords.Keep(recipe.rawWords);
   words.Add(rawWords);
 
-  TagTrainer trainer(tags, language.features, recipe.model, log);
+  TagTrainer trainer(tags, language.features, recipe.model, log, steps);
   for (const GoldText& text : gold) trainer.Add(text.sentences, text.weight);
   trainer.Add(taught, recipe.rawWeight, recipe.rawSeen);
   return trainer.Train("model");

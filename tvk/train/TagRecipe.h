@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tvk/text/StepLog.h"
+#include "tvk/train/StepStore.h"
 #include "tvk/train/TagDictionaryBuilder.h"
 #include "tvk/train/TagTrainer.h"
 #include "tvk/train/WordClusters.h"
@@ -49,10 +50,11 @@ struct GoldText {
 ///
 /// Without raw text only the last step, from gold text. `words` comes with the tags of the gold
 /// text's words, which are those that the teacher may give them, and becomes the tagger's
-/// dictionary. Everything is the same at any number of threads, to the last byte.
+/// dictionary. Everything is the same at any number of threads, to the last byte, and when fits and
+/// clusterings that an interrupted run kept are taken over.
 TagModelFit TrainTagger(const TagSet& tags, const TagLanguage& language,
                         const std::vector<GoldText>& gold,
                         std::vector<std::vector<std::string>> raw, const TagRecipe& recipe,
-                        StepLog& log, TagDictionaryBuilder& words);
+                        StepLog& log, StepStore& steps, TagDictionaryBuilder& words);
 
 }  // namespace Tolvek

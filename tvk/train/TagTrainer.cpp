@@ -38,8 +38,12 @@ std::vector<TaggedSentence> MakeTagged(const Corpus& corpus, TagSet& tags) {
 }
 
 TagTrainer::TagTrainer(const TagSet& tags, SentenceFeatures features, TagTrainerOptions options,
-                       StepLog& log)
-    : _tags(tags), _features(std::move(features)), _options(std::move(options)), _log(log) {}
+                       StepLog& log, StepStore& steps)
+    : _tags(tags),
+      _features(std::move(features)),
+      _options(std::move(options)),
+      _log(log),
+      _steps(steps) {}
 
 void TagTrainer::Add(const std::vector<TaggedSentence>& sentences, double weight, double seen) {
   _texts.push_back({&sentences, weight, seen});
@@ -75,6 +79,7 @@ TemplateOptions TagTrainer::OptionsOf(std::string_view feature) const {
 }
 
 TagModelFit TagTrainer::Train(const std::string& name) {
+  _log.Begin("features of the " + name);
   FlatMap<std::string, double> counts;
   ForEachRow([&](const Text& text, const TaggedSentence& sentence, std::size_t position) {
     if (text.seen == 0) return;
@@ -111,8 +116,8 @@ TagModelFit TagTrainer::Train(const std::string& name) {
     l2Factors.resize(end, OptionsOf(feature).l2Factor);
   }
   result.weights.resize(l2Factors.size());
-  _log.Say(name + ": " + std::to_string(rows.Rows()) + " words, " + std::to_string(_tags.Size()) +
-           " tags, " + std::to_string(result.features.size()) + " features, " +
+  _log.End(std::to_string(rows.Rows()) + " words, " + std::to_string(_tags.Size()) + " tags, " +
+           std::to_string(result.features.size()) + " features, " +
            std::to_string(result.weights.size()) + " weights");
   MaxEntTrainer trainer(rows, result.parameters, _options.fit.threads);
   FitOptions fit = _options.fit;
@@ -120,7 +125,7 @@ TagModelFit TagTrainer::Train(const std::string& name) {
   LoggedFit(
       trainer, name,
       PositionObjective(std::move(tagOfRow), _tags.Size(), fit.threads, std::move(weightOfRow)),
-      fit, [](int, std::span<const double>) { return ""; }, _log, result.weights);
+      fit, [](int, std::span<const double>) { return ""; }, _log, _steps, result.weights);
   return result;
 }
 

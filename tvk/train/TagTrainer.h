@@ -14,6 +14,7 @@
 #include "tvk/text/StepLog.h"
 #include "tvk/train/Corpus.h"
 #include "tvk/train/MaxEntTrainer.h"
+#include "tvk/train/StepStore.h"
 
 namespace Tolvek {
 
@@ -79,9 +80,9 @@ struct TagModelFit {
 /// Freitag and Pereira, 2000).
 class TagTrainer {
  public:
-  /// Borrows the tags and the log.
-  TagTrainer(const TagSet& tags, SentenceFeatures features, TagTrainerOptions options,
-             StepLog& log);
+  /// Borrows the tags, the log and the kept steps, of which the fit is one.
+  TagTrainer(const TagSet& tags, SentenceFeatures features, TagTrainerOptions options, StepLog& log,
+             StepStore& steps);
 
   /// Text to learn from, which must outlive the trainer. Its log-likelihood counts `weight` times,
   /// and each of its features as seen `seen` times.
@@ -107,6 +108,7 @@ class TagTrainer {
   SentenceFeatures _features;
   TagTrainerOptions _options;
   StepLog& _log;
+  StepStore& _steps;
   std::vector<Text> _texts;
 };
 

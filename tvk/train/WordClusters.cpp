@@ -172,7 +172,7 @@ class Exchange {
 }  // namespace
 
 WordClusters::WordClusters(const std::vector<std::vector<std::string>>& sentences,
-                           const WordClusterOptions& options) {
+                           const WordClusterOptions& options, StepLog& log, StepStore& steps) {
   TextTable counts;
   for (const auto& sentence : sentences) {
     for (const std::string& word : sentence) ++counts.insert({word, 0}).first->second;
@@ -194,14 +194,20 @@ WordClusters::WordClusters(const std::vector<std::vector<std::string>>& sentence
   }
   const Bigrams bigrams(ids, kFirstWord + words.size());
   for (const int size : options.sizes) {
+    const std::string name = std::to_string(size) + " word clusters";
+    std::vector<int>& clusters = _clusterings.emplace_back(kFirstWord + words.size());
+    if (steps.Take(name, clusters)) continue;
+    log.Begin(name, options.rounds);
     Exchange exchange(bigrams, std::max(size, 1) + kFirstWord);
-    for (int round = 0; round < options.rounds; ++round) {
-      if (exchange.Round() < words.size() / 200) break;
+    std::size_t moved = words.size();
+    for (int round = 1; round <= options.rounds && moved >= words.size() / 200; ++round) {
+      moved = exchange.Round();
+      log.Iteration(round, std::to_string(moved) + " words moved");
     }
-    std::vector<int>& clusters = _clusterings.emplace_back();
-    for (const std::size_t cluster : exchange.Result()) {
-      clusters.push_back(static_cast<int>(cluster));
-    }
+    std::transform(exchange.Result().begin(), exchange.Result().end(), clusters.begin(),
+                   [](std::size_t cluster) { return static_cast<int>(cluster); });
+    log.End(std::to_string(words.size()) + " words");
+    steps.Keep(clusters);
   }
 }
 

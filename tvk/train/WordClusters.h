@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "common/FlatMap.h"
+#include "tvk/text/StepLog.h"
+#include "tvk/train/StepStore.h"
 
 namespace Tolvek {
 
@@ -20,8 +23,9 @@ struct WordClusterOptions {
 /// is highest, until few move.
 class WordClusters {
  public:
+  /// Each clustering is one step of the log and of what is kept.
   WordClusters(const std::vector<std::vector<std::string>>& sentences,
-               const WordClusterOptions& options);
+               const WordClusterOptions& options, StepLog& log, StepStore& steps);
 
   /// How many clusterings there are.
   std::size_t Count() const { return _clusterings.size(); }
