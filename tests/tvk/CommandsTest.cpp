@@ -219,6 +219,75 @@ TEST_F(Commands, EvalTokposSkipsBlankLines) {
             "LONGTAG  NN       1\n");
 }
 
+TEST_F(Commands, EvalWritesJson) {
+  Put("gold", "我/A 中国/B 人/B 的/C\n");
+  Put("out", "我/A 中/B 国/B 人/\" 的/\n");
+  Put("train", "我/A 人/B\n");
+  EXPECT_EQ(Run("eval segpos gold out --train train --json"), 0) << _err;
+  EXPECT_EQ(_out, R"({
+  "task": "segpos",
+  "lines": 1,
+  "gold_words": 4,
+  "output_words": 5,
+  "correct_words": 3,
+  "precision": 0.6,
+  "recall": 0.75,
+  "f1": 0.6666666666666665,
+  "unknown_gold_words": 2,
+  "recall_of_unknown_words": 0.5,
+  "recall_of_known_words": 1.0,
+  "correctly_tagged_words": 1,
+  "joint_precision": 0.2,
+  "joint_recall": 0.25,
+  "joint_f1": 0.22222222222222224,
+  "tag_accuracy": 0.3333333333333333,
+  "joint_recall_of_unknown": 0.0,
+  "joint_recall_of_known": 0.5,
+  "confusions": [
+    {
+      "gold": "B",
+      "output": "\"",
+      "count": 1
+    },
+    {
+      "gold": "C",
+      "output": null,
+      "count": 1
+    }
+  ]
+}
+)");
+  Put("words", "我/A 中国/B 人/B 的/C\n");
+  EXPECT_EQ(Run("eval pos gold words --train gold --json"), 0) << _err;
+  EXPECT_EQ(_out, R"({
+  "task": "pos",
+  "lines": 1,
+  "words": 4,
+  "correct_tags": 4,
+  "tag_accuracy": 1.0,
+  "unknown_words": 0,
+  "tag_accuracy_of_unknown": null,
+  "tag_accuracy_of_known": 1.0,
+  "confusions": []
+}
+)");
+  Put("tokens", "a b\n");
+  EXPECT_EQ(Run("eval tok tokens tokens --json"), 0) << _err;
+  EXPECT_EQ(_out, R"({
+  "task": "tok",
+  "lines": 1,
+  "gold_tokens": 2,
+  "output_tokens": 2,
+  "correct_tokens": 2,
+  "precision": 1.0,
+  "recall": 1.0,
+  "f1": 1.0
+}
+)");
+  EXPECT_EQ(Run("eval seg tokens gold --json"), 1);
+  EXPECT_EQ(_out, "");
+}
+
 TEST_F(Commands, TrainedModelsAreComplete) {
   PutLists("lists");
   EXPECT_EQ(Run("train chars --lists lists --out resource"), 0) << _err;

@@ -2,9 +2,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <iomanip>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
+#include <utility>
+#include <variant>
 
 #include "tvk/commands/Command.h"
 #include "tvk/commands/Options.h"
@@ -52,77 +56,120 @@ struct Options {
   Encoding encoding = Encoding::kAuto;
   Tagging tagging = Tagging::kAuto;
   Tagging outputTagging = Tagging::kAuto;
+  bool json = false;
 };
 
+/// The figures of a comparison, in the order in which they are shown.
 class Report {
  public:
-  explicit Report(bool isTrained) : _isTrained(isTrained) {}
+  Report(const Task& task, bool isTrained) : _task(task), _isTrained(isTrained) {}
 
-  template <class Value>
-  void Line(const std::string& name, const Value& value) {
-    _text << std::left << std::setw(25) << name << value << '\n';
-  }
+  void Lines(const SegCounts& counts) { Add("lines", counts.sentences); }
 
-  void Lines(const SegCounts& counts) { Line("lines", counts.sentences); }
-
-  void Words(const SegCounts& counts, const std::string& words) {
-    Line("gold " + words, counts.goldWords);
-    Line("output " + words, counts.outputWords);
-    Line("correct " + words, counts.correctWords);
+  void Words(const SegCounts& counts) {
+    const std::string words = _task.Words();
+    Add("gold " + words, counts.goldWords);
+    Add("output " + words, counts.outputWords);
+    Add("correct " + words, counts.correctWords);
     Ratios(counts, "");
     if (!_isTrained) return;
-    Line("unknown gold " + words, counts.unknownGold);
-    Line("recall of unknown " + words, ShowRatio(UnknownRecall(counts)));
-    Line("recall of known " + words, ShowRatio(KnownRecall(counts)));
+    Add("unknown gold " + words, counts.unknownGold);
+    Add("recall of unknown " + words, UnknownRecall(counts));
+    Add("recall of known " + words, KnownRecall(counts));
   }
 
-  void WordsAndTags(const TagCounts& counts, const std::string& words) {
-    Words(counts.words, words);
-    Line("correctly tagged " + words, counts.joint.correctWords);
+  void WordsAndTags(const TagCounts& counts) {
+    Words(counts.words);
+    Add("correctly tagged " + _task.Words(), counts.joint.correctWords);
     Ratios(counts.joint, "joint ");
-    Line("tag accuracy", ShowRatio(TagAccuracy(counts)));
+    Add("tag accuracy", TagAccuracy(counts));
     if (!_isTrained) return;
-    Line("joint recall of unknown", ShowRatio(UnknownRecall(counts.joint)));
-    Line("joint recall of known", ShowRatio(KnownRecall(counts.joint)));
+    Add("joint recall of unknown", UnknownRecall(counts.joint));
+    Add("joint recall of known", KnownRecall(counts.joint));
   }
 
   void Tags(const TagCounts& counts) {
-    Line("words", counts.words.goldWords);
-    Line("correct tags", counts.joint.correctWords);
-    Line("tag accuracy", ShowRatio(TagAccuracy(counts)));
+    Add("words", counts.words.goldWords);
+    Add("correct tags", counts.joint.correctWords);
+    Add("tag accuracy", TagAccuracy(counts));
     if (!_isTrained) return;
-    Line("unknown words", counts.words.unknownGold);
-    Line("tag accuracy of unknown", ShowRatio(UnknownTagAccuracy(counts)));
-    Line("tag accuracy of known", ShowRatio(KnownTagAccuracy(counts)));
+    Add("unknown words", counts.words.unknownGold);
+    Add("tag accuracy of unknown", UnknownTagAccuracy(counts));
+    Add("tag accuracy of known", KnownTagAccuracy(counts));
   }
 
-  void Confusions(const TagCounts& counts) {
+  void Confusions(const TagCounts& counts) { _confusions = WorstConfusions(counts, 10); }
+
+  std::string Text() const {
+    std::ostringstream text;
+    text << std::left;
+    for (const auto& [name, value] : _figures) {
+      text << std::setw(25) << name;
+      if (const auto* count = std::get_if<std::size_t>(&value)) {
+        text << *count << '\n';
+      } else {
+        text << ShowRatio(std::get<Ratio>(value)) << '\n';
+      }
+    }
+    if (_task.tags) WriteConfusions(text);
+    return text.str();
+  }
+
+  /// One document: counts, ratios as parts of 1 or null, and the confusions, in which null stands
+  /// for no tag.
+  std::string Json() const {
+    nlohmann::ordered_json document{{"task", _task.name}};
+    for (const auto& [name, value] : _figures) {
+      std::string key = name;
+      for (char& c : key) c = c == ' ' ? '_' : static_cast<char>(std::tolower(c));
+      nlohmann::ordered_json& figure = document[key];  // null until it gets a value
+      if (const auto* count = std::get_if<std::size_t>(&value)) {
+        figure = *count;
+      } else if (const Ratio& ratio = std::get<Ratio>(value)) {
+        figure = *ratio;
+      }
+    }
+    if (_task.tags) {
+      nlohmann::ordered_json& list = document["confusions"] = nlohmann::ordered_json::array();
+      for (const auto& [gold, output, count] : _confusions) {
+        nlohmann::ordered_json& entry = list.emplace_back();
+        entry["gold"] = gold;
+        entry["output"] = output.empty() ? nullptr : nlohmann::ordered_json(output);
+        entry["count"] = count;
+      }
+    }
+    return document.dump(2) + '\n';
+  }
+
+ private:
+  void Add(const std::string& name, std::size_t count) { _figures.emplace_back(name, count); }
+  void Add(const std::string& name, const Ratio& ratio) { _figures.emplace_back(name, ratio); }
+
+  void Ratios(const SegCounts& counts, const std::string& prefix) {
+    Add(prefix + "precision", Precision(counts));
+    Add(prefix + "recall", Recall(counts));
+    Add(prefix + "F1", F1(counts));
+  }
+
+  void WriteConfusions(std::ostream& text) const {
     const auto show = [](const std::string& tag) { return tag.empty() ? "(none)" : tag; };
-    const std::vector<Confusion> worst = WorstConfusions(counts, 10);
     std::size_t width = std::string("output").size();
-    for (const Confusion& confusion : worst) {
+    for (const Confusion& confusion : _confusions) {
       width = std::max({width, confusion.gold.size(), show(confusion.output).size()});
     }
     const auto row = [&](const std::string& gold, const std::string& output, const auto& count) {
       const int padded = static_cast<int>(width) + 2;
-      _text << std::setw(padded) << gold << std::setw(padded) << output << count << '\n';
+      text << std::setw(padded) << gold << std::setw(padded) << output << count << '\n';
     };
-    _text << '\n';
+    text << '\n';
     row("gold", "output", "count");
-    for (const auto& [gold, output, count] : worst) row(gold, show(output), count);
+    for (const auto& [gold, output, count] : _confusions) row(gold, show(output), count);
   }
 
-  std::string Text() const { return _text.str(); }
-
- private:
-  void Ratios(const SegCounts& counts, const std::string& prefix) {
-    Line(prefix + "precision", ShowRatio(Precision(counts)));
-    Line(prefix + "recall", ShowRatio(Recall(counts)));
-    Line(prefix + "F1", ShowRatio(F1(counts)));
-  }
-
+  const Task& _task;
   bool _isTrained;
-  std::ostringstream _text;
+  std::vector<std::pair<std::string, std::variant<std::size_t, Ratio>>> _figures;
+  std::vector<Confusion> _confusions;
 };
 
 void Run(const Task& task, const Options& options) {
@@ -135,23 +182,23 @@ void Run(const Task& task, const Options& options) {
   const Corpus output =
       ReadCorpus(options.output, options.encoding,
                  task.tags ? Tagging::kTagged : options.outputTagging, EmptyTags::kAllowed);
-  Report report(!options.training.empty());
+  Report report(task, !options.training.empty());
   if (!task.tags) {
     const SegCounts counts = CompareCorpora(gold, output, known, task.Blanks());
     report.Lines(counts);
-    report.Words(counts, task.Words());
+    report.Words(counts);
   } else {
     if (!task.segments) CompareLines(gold, output, task.Blanks(), HaveSameWords);
     const TagCounts counts = CompareTaggedCorpora(gold, output, known, task.Blanks());
     report.Lines(counts.words);
     if (task.segments) {
-      report.WordsAndTags(counts, task.Words());
+      report.WordsAndTags(counts);
     } else {
       report.Tags(counts);
     }
     report.Confusions(counts);
   }
-  WriteWholeFile("-", report.Text());
+  WriteWholeFile("-", options.json ? report.Json() : report.Text());
 }
 
 /// What the figures of a task mean.
@@ -177,7 +224,9 @@ std::string Meaning(const Task& task) {
         "The table at the end counts the ten most frequent pairs of a gold tag and another "
         "one in its place; (none) stands for WORD/ without a tag, which is wrong. ";
   }
-  text += "Ratios are percent; \"undefined\" stands for one without a denominator.";
+  text +=
+      "Ratios are percent, \"undefined\" stands for one without a denominator; with --json they "
+      "are parts of 1, or null.";
   if (!task.isEnglish) {
     text += " A geta mark (U+3013) in OUTPUT agrees with a gold character that GBK cannot hold.";
   }
@@ -208,6 +257,9 @@ void AddTask(CLI::App& parent, const Task& task, Action& action) {
   AddTagging(*command, "--tagging", options->tagging,
              task.tags ? "the training corpora" : "GOLD and the training corpora");
   if (!task.tags) AddTagging(*command, "--output-tagging", options->outputTagging, "OUTPUT");
+  command->add_flag("--json", options->json,
+                    "Write one JSON document: the same figures under the same names, in small "
+                    "letters with _ for blanks");
   command->callback(
       [&action, &task, options] { action = [&task, options] { Run(task, *options); }; });
 }
