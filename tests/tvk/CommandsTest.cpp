@@ -78,6 +78,52 @@ TEST_F(Commands, ConvertCharsReadsTheListsInData) {
   EXPECT_EQ(Get("out.bin"), std::string(16, '\0'));
 }
 
+TEST_F(Commands, ConvertCharsReadsTheListsOfAnyFolder) {
+  std::filesystem::create_directory("lists");
+  for (const char* list :
+       {"Punc", "ANum", "CNum1", "CNum2", "EChar", "Date", "CGivenName", "ForeignName"}) {
+    Put(std::string("lists/") + list, "header\n0\n");
+  }
+  Put("lists/Punc", "header\n1\n!\n");
+  EXPECT_EQ(Run("convert chars --lists lists out.bin"), 1);
+  EXPECT_EQ(_err, "tvk: lists/CFamilyName: cannot be read\n");
+  Put("lists/CFamilyName", "header\n0\nheader\n0\n");
+  EXPECT_EQ(Run("convert chars --lists lists out.bin"), 0) << _err;
+  EXPECT_EQ(Get("out.bin"), std::string("\1\0\0\0\1\0\0\0!\1\0\0\0", 13) + std::string(12, '\0'));
+  EXPECT_EQ(Get("lists/Punc"), "header\n1\n!\n");
+  EXPECT_EQ(Run("convert chars --lists lists nowhere/out.bin"), 1);
+}
+
+TEST_F(Commands, ConvertTurnsBinaryResourcesBack) {
+  const std::string me = "2\n1/a\n2/b\n2\nB\nS\n2 0 1\n0\n2\n0.1\n-1e-20\n";
+  Put("me.txt", "title\n" + me);
+  ASSERT_EQ(Run("convert me me.txt me.bin"), 0) << _err;
+  EXPECT_EQ(Run("convert me me.bin -"), 0) << _err;
+  EXPECT_EQ(_out, "maximum-entropy model\n" + me);
+  const std::string lm =
+      "\\data\\\nngram 1=2\nngram 2=1\n\n\\1-grams:\n-1\t<unk>\n-2.5\ta/S\t-0.25\n\n"
+      "\\2-grams:\n-99\ta/S a/S\n\n\\end\\\n";
+  Put("lm.arpa", lm);
+  ASSERT_EQ(Run("convert lm lm.arpa lm.bin"), 0) << _err;
+  EXPECT_EQ(Run("convert lm lm.bin again.arpa"), 0) << _err;
+  EXPECT_EQ(Get("again.arpa"), lm);
+  PutLists("lists");
+  ASSERT_EQ(Run("train chars --lists lists --out chars"), 0) << _err;
+  EXPECT_EQ(Run("convert chars --from chars again"), 0) << _err;
+  EXPECT_EQ(Run("train chars --lists again --out chars.again"), 0) << _err;
+  EXPECT_EQ(Get("chars.again"), Get("chars"));
+  EXPECT_EQ(Run("convert chars --from chars again"), 1) << "the folder is there";
+  EXPECT_EQ(Run("convert chars --from chars --lists lists more"), 2);
+
+  Put("cut", Get("me.bin").substr(0, 30));
+  EXPECT_EQ(Run("convert me cut out"), 1);
+  EXPECT_TRUE(_err.starts_with("tvk: cut: offset ")) << _err;
+  EXPECT_FALSE(std::filesystem::exists("out"));
+  Put("cut", Get("lm.bin").substr(0, 60));
+  EXPECT_EQ(Run("convert lm cut out"), 1);
+  EXPECT_FALSE(std::filesystem::exists("out"));
+}
+
 TEST_F(Commands, TextWritesRunningText) {
   Put("c", "我/A New/B York/B\n\U0001F600/C\n");
   EXPECT_EQ(Run("text c"), 0);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <stdlib.h>
+
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "chinese/CharType.h"
@@ -11,6 +14,7 @@
 #include "model/Ngram.h"
 #include "model/Vocab.h"
 #include "tvk/commands/Command.h"
+#include "tvk/convert/TextForms.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
 
@@ -21,6 +25,32 @@ namespace {
 struct Paths {
   std::string from;
   std::string to;
+  std::string lists = g_datapath;  ///< folder of the nine text lists
+};
+
+/// Lets the folder `lists` be ./data, from which alone the core reads text lists, by working in
+/// another folder that has a link of that name, until the end of its life.
+class AsData {
+ public:
+  explicit AsData(const std::string& lists) : _before(std::filesystem::current_path()) {
+    namespace fs = std::filesystem;
+    std::string name = (fs::temp_directory_path() / "tvk-lists-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) throw Failure(name + ": no folder can be made here");
+    _folder = name;
+    fs::create_directory_symlink(fs::absolute(lists), _folder / "data");
+    fs::current_path(_folder);
+  }
+  ~AsData() {
+    std::error_code ignored;
+    std::filesystem::current_path(_before, ignored);
+    std::filesystem::remove_all(_folder, ignored);  // of the link, not of what it leads to
+  }
+  AsData(const AsData&) = delete;
+  AsData& operator=(const AsData&) = delete;
+
+ private:
+  std::filesystem::path _before;
+  std::filesystem::path _folder;
 };
 
 /// Writes `paths.to` with a converter of the core, whose range errors mean malformed input.
@@ -41,6 +71,10 @@ void CheckReadable(const std::string& path) {
 
 void ConvertMe(const Paths& paths) {
   CheckReadable(paths.from);
+  if (IsBinaryModel(paths.from)) {
+    WriteWholeFile(paths.to, MaxEntText(paths.from));
+    return;
+  }
   Convert(paths, [&](const std::string& to) {
     return MeModel().ConvertToBinaryModel(paths.from, to) == 1;
   });
@@ -48,6 +82,10 @@ void ConvertMe(const Paths& paths) {
 
 void ConvertLm(const Paths& paths) {
   CheckReadable(paths.from);
+  if (IsBinaryModel(paths.from)) {
+    WriteWholeFile(paths.to, Arpa(paths.from));
+    return;
+  }
   Convert(paths, [&](const std::string& to) {
     static constexpr int kHighestOrder = 9;  // of the format
     Vocab vocab;
@@ -56,14 +94,22 @@ void ConvertLm(const Paths& paths) {
 }
 
 void ConvertChars(const Paths& paths) {
+  if (!paths.from.empty()) {
+    CheckReadable(paths.from);
+    WriteCharacterLists(paths.from, paths.to);
+    return;
+  }
   // The core's loader goes on without a list that it cannot open; a resource should not.
   for (const char* list : {"Punc", "ANum", "CNum1", "CNum2", "EChar", "Date", "CFamilyName",
                            "CGivenName", "ForeignName"}) {
-    CheckReadable(g_datapath + list);
+    CheckReadable((std::filesystem::path(paths.lists) / list).string());
   }
   Convert(paths, [&](const std::string& to) {
-    CharType().Convert2Binary(to);
-    return std::filesystem::exists(to);
+    const std::string target = std::filesystem::absolute(to).string();
+    std::optional<AsData> folder;
+    if (paths.lists != g_datapath) folder.emplace(paths.lists);
+    CharType().Convert2Binary(target);
+    return std::filesystem::exists(target);
   });
 }
 
@@ -77,19 +123,35 @@ CLI::App* Add(CLI::App& convert, const char* name, const char* help,
 }  // namespace
 
 void AddConvert(CLI::App& parent, Action& action) {
-  auto* convert = parent.add_subcommand("convert", "Turn text resources into their binary form");
+  auto* convert =
+      parent.add_subcommand("convert", "Turn text resources into their binary form, and back");
   convert->require_subcommand(1);
   const auto paths = std::make_shared<Paths>();
 
-  auto* me = Add(*convert, "me", "Maximum-entropy model", paths, action, ConvertMe);
-  me->add_option("TEXT", paths->from, "Text model")->required();
-  me->add_option("BINARY", paths->to, "File to write")->required();
-  auto* lm = Add(*convert, "lm", "Back-off language model", paths, action, ConvertLm);
-  lm->add_option("ARPA", paths->from, "Model in the ARPA format")->required();
-  lm->add_option("BINARY", paths->to, "File to write")->required();
-  auto* chars = Add(*convert, "chars", "Character resource, from the nine GBK lists in ./data",
+  auto* me = Add(*convert, "me",
+                 "Maximum-entropy model: text to binary. A binary FROM becomes text, from which "
+                 "the same bytes can be made again.",
+                 paths, action, ConvertMe);
+  me->add_option("FROM", paths->from, "Model, text or binary")->required();
+  me->add_option("TO", paths->to, "File to write, in the other form")->required();
+  auto* lm = Add(*convert, "lm",
+                 "Back-off language model: ARPA text to binary. A binary FROM becomes ARPA text, "
+                 "from which the same bytes can be made again.",
+                 paths, action, ConvertLm);
+  lm->add_option("FROM", paths->from, "Model, ARPA text or binary")->required();
+  lm->add_option("TO", paths->to, "File to write, in the other form")->required();
+  auto* chars = Add(*convert, "chars",
+                    "Character resource: nine GBK lists to binary. With --from a resource becomes "
+                    "the readable lists from which 'tvk train chars' makes the same bytes again.",
                     paths, action, ConvertChars);
-  chars->add_option("OUT", paths->to, "File to write")->required();
+  chars->add_option("TO", paths->to, "File to write; with --from the folder, new or empty")
+      ->required();
+  auto* lists = chars->add_option("--lists", paths->lists, "Folder of the nine lists")
+                    ->type_name("DIR")
+                    ->capture_default_str();
+  chars->add_option("--from", paths->from, "Character resource to take apart")
+      ->type_name("FILE")
+      ->excludes(lists);
 }
 
 }  // namespace Tolvek

@@ -70,7 +70,8 @@ std::vector<std::string_view> SplitAtBlanks(std::string_view line) {
 bool IsReplaceable(const std::string& path) {
   std::error_code error;
   const auto status = std::filesystem::status(path, error);
-  return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+  return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status) ||
+         std::filesystem::is_directory(status);
 }
 
 void WriteBeside(const std::string& path,
@@ -89,12 +90,12 @@ void WriteBeside(const std::string& path,
     isWritten = write(beside);
     if (isWritten) std::filesystem::rename(beside, target, error);
   } catch (...) {
-    std::filesystem::remove(beside, error);
+    std::filesystem::remove_all(beside, error);
     throw;
   }
   if (isWritten && !error) return;
   const std::string reason = error ? error.message() : "cannot be written";
-  std::filesystem::remove(beside, error);
+  std::filesystem::remove_all(beside, error);
   throw Failure(path + ": " + reason);
 }
 

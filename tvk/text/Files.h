@@ -18,12 +18,13 @@ std::vector<std::string_view> SplitLines(std::string_view text);
 /// The pieces of a line between blanks, tabs and carriage returns.
 std::vector<std::string_view> SplitAtBlanks(std::string_view line);
 
-/// Is there nothing at this path, or a file? A pipe or a device is not to be replaced by a file.
+/// Is there nothing at this path, a file or a folder? A pipe or a device is not to be replaced.
 bool IsReplaceable(const std::string& path);
 
-/// Writes `path` by way of a file beside it that is renamed at the end, so that `path` never holds
-/// half a result (a pipe or a device is written to as it is). `write` is given the name to write to
-/// and says whether it succeeded. Throws `Failure` when it did not; nothing is left, then, either.
+/// Writes `path`, a file or a folder, by way of one beside it that is renamed at the end, so that
+/// `path` never holds half a result (a pipe or a device is written to as it is). `write` is given
+/// the name to write to and says whether it succeeded. Throws `Failure` when it did not; nothing is
+/// left, then, either.
 void WriteBeside(const std::string& path,
                  const std::function<bool(const std::string& besidePath)>& write);
 
