@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
   Tolvek::AddEval(app, action);
   Tolvek::AddConvert(app, action);
   Tolvek::AddText(app, action);
+  Tolvek::AddCheck(app, action);
 
   try {
     app.parse(argc, argv);

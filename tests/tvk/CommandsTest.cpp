@@ -11,7 +11,7 @@ TEST_F(Commands, HelpGoesToTheStandardOutput) {
   for (const char* command :
        {"", "train", "train chars", "train seg", "train pos", "train abbtitle", "train engpos",
         "eval", "eval seg", "eval pos", "eval segpos", "eval tok", "eval tokpos", "convert",
-        "convert me", "convert lm", "convert chars", "text"}) {
+        "convert me", "convert lm", "convert chars", "text", "check"}) {
     EXPECT_EQ(Run(std::string(command) + " --help"), 0) << command;
     EXPECT_NE(_out.find("Usage: tvk"), std::string::npos) << command;
     EXPECT_EQ(_err, "") << command;
@@ -21,12 +21,26 @@ TEST_F(Commands, HelpGoesToTheStandardOutput) {
 }
 
 TEST_F(Commands, WrongUsageGetsTwoLinesAndStatus2) {
-  for (const char* arguments :
-       {"", "nonsense", "train", "train seg", "train seg --corpus a --out b --l2 -1",
-        "train seg --corpus a --out b --smoothing none", "train pos --out b",
-        "train engpos --corpus a --out b --template 2:3", "train abbtitle", "eval seg a",
-        "eval tok a", "eval pos a b --output-tagging tagged", "eval tokpos a b --encoding gbk",
-        "convert me a", "text a --to latin", "text a b"}) {
+  for (const char* arguments : {"",
+                                "nonsense",
+                                "train",
+                                "train seg",
+                                "train seg --corpus a --out b --l2 -1",
+                                "train seg --corpus a --out b --smoothing none",
+                                "train pos --out b",
+                                "train engpos --corpus a --out b --template 2:3",
+                                "train abbtitle",
+                                "eval seg a",
+                                "eval tok a",
+                                "eval pos a b --output-tagging tagged",
+                                "eval tokpos a b --encoding gbk",
+                                "convert me a",
+                                "text a --to latin",
+                                "text a b",
+                                "check",
+                                "check a --as model",
+                                "check a --limit 0",
+                                "check . --as me"}) {
     EXPECT_EQ(Run(arguments), 2) << arguments;
     EXPECT_EQ(_out, "") << arguments;
     EXPECT_EQ(Lines(_err), 2U) << arguments << '\n' << _err;
@@ -133,6 +147,129 @@ TEST_F(Commands, TextWritesRunningText) {
   EXPECT_EQ(Run("text c --to gbk -o c.gbk"), 0);
   EXPECT_EQ(Get("c.gbk"), "\xCE\xD2New York\n\xA1\xFE\n");
   EXPECT_NE(_err.find("geta marks (U+3013): 1\n"), std::string::npos) << _err;
+}
+
+TEST_F(Commands, CheckSaysWhatFilesAre) {
+  Put("good", "title\n1\n15/0\n2\nNN\nVB\n2 0 1\n2\n0.5\n-0.25\n");
+  EXPECT_EQ(Run("check good"), 0) << _err;
+  EXPECT_EQ(_out,
+            "good: maximum-entropy model, text, 39 bytes\n"
+            "  use: English tagging\n"
+            "  features: 1\n"
+            "  weights: 2\n"
+            "  tags: 2: NN VB\n"
+            "no problems\n");
+  EXPECT_EQ(_err, "");
+  EXPECT_EQ(Run("check good --quiet"), 0);
+  EXPECT_EQ(_out, "");
+  EXPECT_EQ(Run("check - <good"), 0);
+  EXPECT_TRUE(_out.starts_with("-: maximum-entropy model, text, 39 bytes\n")) << _out;
+}
+
+TEST_F(Commands, CheckSaysWhatIsWrong) {
+  Put("EngDict", "5\nShe 20 PRP\nShe 0 PRP\nhe\n\nit x PRP");
+  EXPECT_EQ(Run("check EngDict none --limit 3"), 1);
+  EXPECT_EQ(_out,
+            "EngDict: English tag dictionary, text, 35 bytes\n"
+            "  words: 5\n"
+            "  tags: 1: PRP\n"
+            "  remark: the last line has no line feed: is the file cut inside it?\n"
+            "EngDict:3: \"She\" is listed in line 2 already: all entries behind this one get wrong "
+            "tags\n"
+            "EngDict:3: how often the word was seen expected, from 1, found \"0\"\n"
+            "EngDict:4: a word, a count and tags expected, found 1 field: \"he\" (is a count of "
+            "entries wrong?)\n"
+            "EngDict: ... and 2 more\n"
+            "none: not read\n"
+            "none: No such file or directory\n");
+  EXPECT_EQ(_err, "tvk: check: problems: 6, in 2 of 2 files\n");
+  const std::string tooLong(5000, 'x');
+  EXPECT_EQ(Run("check --as me -q EngDict " + tooLong), 1);
+  EXPECT_NE(_out.find(tooLong + ": "), std::string::npos) << "one that no system takes";
+  EXPECT_TRUE(_err.ends_with("in 2 of 2 files\n")) << _err;
+  Put("binary", g_Model_Header + "xyz");
+  EXPECT_EQ(Run("check -q binary"), 1);
+  EXPECT_EQ(
+      _out,
+      "binary: byte 13: the file ends in the number of features: it is cut; the rest cannot be "
+      "made sense of and is not checked\n");
+}
+
+TEST_F(Commands, CheckTakesAFileAsWhatIsAsked) {
+  Put("file", "1\nwait 3 NN\n0\n");
+  EXPECT_EQ(Run("check file"), 0) << _out;
+  EXPECT_TRUE(_out.starts_with("file: Chinese tag dictionary, text, 14 bytes\n")) << _out;
+  EXPECT_EQ(Run("check --as abbtitle file"), 0) << _out;
+  EXPECT_TRUE(_out.starts_with("file: tokenizer lists, text, 14 bytes\n")) << _out;
+  EXPECT_EQ(Run("check --as engdict file"), 1);
+  EXPECT_NE(_out.find("file:3: lines behind the last entry: 1,"), std::string::npos) << _out;
+  for (const char* kind : {"me", "lm", "chars"}) {
+    EXPECT_EQ(Run(std::string("check file --as ") + kind), 1) << kind;
+  }
+}
+
+TEST_F(Commands, CheckLooksAtFolders) {
+  EXPECT_EQ(Run("check " PROJECT_DIR "/data"), 0) << _out << _err;
+  EXPECT_TRUE(_out.ends_with("\nno problems\n")) << _out;
+  EXPECT_EQ(_out.find("MODEL_CARD"), std::string::npos);
+  std::filesystem::create_directory("empty");
+  EXPECT_EQ(Run("check empty -q"), 1);
+  EXPECT_EQ(Lines(_out), 8U) << _out;
+  EXPECT_NE(_out.find("empty/Dict: No such file or directory\n"), std::string::npos) << _out;
+  EXPECT_EQ(_err, "tvk: check: problems: 8, in 8 of 8 files\n");
+}
+
+TEST_F(Commands, CheckWritesJson) {
+  Put("f", "2\nwait 3 NN\ngo 0 VB");
+  EXPECT_EQ(Run("check --json --as engdict f"), 1);
+  EXPECT_EQ(_out, R"({
+  "problem_count": 1,
+  "files": [
+    {
+      "path": "f",
+      "kind": "engdict",
+      "title": "English tag dictionary",
+      "binary": false,
+      "bytes": 19,
+      "facts": {
+        "words": 2,
+        "tags": [
+          "NN",
+          "VB"
+        ]
+      },
+      "remarks": [
+        "the last line has no line feed: is the file cut inside it?"
+      ],
+      "problem_count": 1,
+      "problems": [
+        {
+          "line": 3,
+          "text": "how often the word was seen expected, from 1, found \"0\""
+        }
+      ]
+    }
+  ]
+}
+)");
+  Put("\xFF", g_Model_Header);
+  EXPECT_EQ(Run("check --json -q --as me $(printf '\\377')"), 1);
+  EXPECT_EQ(_out, R"({
+  "problem_count": 1,
+  "files": [
+    {
+      "path": "�",
+      "problem_count": 1,
+      "problems": [
+        {
+          "byte": 10,
+          "text": "the file ends in the number of features: it is cut; the rest cannot be made sense of and is not checked"
+        }
+      ]
+    }
+  ]
+}
+)");
 }
 
 TEST_F(Commands, EvalReportsGbkAgainstUtf8) {

@@ -24,5 +24,6 @@ void AddTrainAbbtitle(CLI::App& parent, Action& action);
 void AddEval(CLI::App& parent, Action& action);
 void AddConvert(CLI::App& parent, Action& action);
 void AddText(CLI::App& parent, Action& action);
+void AddCheck(CLI::App& parent, Action& action);
 
 }  // namespace Tolvek
