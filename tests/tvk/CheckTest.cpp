@@ -32,8 +32,7 @@ std::string PlaceOf(const Problem& problem) {
 }
 
 /// All problems, a line each.
-std::string ProblemsOf(Findings findings) {
-  findings.SortProblems();
+std::string ProblemsOf(const Findings& findings) {
   std::string lines;
   for (const Problem& problem : findings.Problems()) {
     lines += PlaceOf(problem) + problem.what + '\n';
@@ -549,7 +548,7 @@ TEST(LanguageModelCheck, ArpaCountsAndSections) {
   EXPECT_EQ(check("a title\n\\data\\\nngram 1=3\n" + unigrams + "\\end\\\n"), "");
   EXPECT_EQ(check("ngram 1=3\n"), "line 1: the file ends without a line \"\\data\\\"" + kUnchecked);
   EXPECT_EQ(check("\\data\\\nngram 1=4\n" + unigrams + "\\end\\\n"),
-            "line 7: 4 1-grams are declared, 3 are there\n");
+            "line 2: 4 1-grams are declared, 3 are there\n");
   EXPECT_EQ(check("\\data\\\nngram 1=3\nngram 2=0\n" + unigrams),
             "line 7: the file ends without a line \"\\end\\\": it is cut\n");
   EXPECT_EQ(
@@ -856,14 +855,14 @@ TEST_F(CheckedFiles, UnknownAndUnreadableFiles) {
   EXPECT_NE(ProblemsIn("f", ResourceKind::kEnglishDictionary), "");
 }
 
-TEST_F(CheckedFiles, ProblemsStandInTheOrderOfTheFileUpToTheLimit) {
-  Put("f", "4\na 0 NN\na 1 NN\nb 0 NN\nc x NN\n");
-  const FileReport report = CheckFile("f", ResourceKind::kEnglishDictionary, 3);
-  EXPECT_EQ(report.findings.ProblemCount(), 4U);
-  ASSERT_EQ(report.findings.Problems().size(), 3U);
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(report.findings.Problems()[i].place.number, i + 2);
-  }
+TEST_F(CheckedFiles, TheFirstProblemsOfTheFileAreKept) {
+  // Names are looked at last.
+  Put("f", "title\n2\n1/a\n1/a\n1\nA\n1 x\n1 y\n2\n1\n1\n");
+  const FileReport report = CheckFile("f", ResourceKind::kMaxEntModel, 2);
+  EXPECT_EQ(report.findings.ProblemCount(), 3U);
+  EXPECT_EQ(ProblemsOf(report.findings),
+            "line 4: feature 1, \"1/a\", is the same as feature 0: nothing finds it\n"
+            "line 7: a number expected in the list of feature 0, found \"x\"\n");
 }
 
 TEST_F(CheckedFiles, AFolderIsCheckedAsAWhole) {

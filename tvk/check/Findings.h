@@ -38,8 +38,8 @@ struct Fact {
   Value value;
 };
 
-/// What is found in one file: facts; remarks, which are no faults; problems, of which at most
-/// `limit` are kept and all are counted.
+/// What is found in one file: facts; remarks, which are no faults; problems, of which the first
+/// `limit` of the file (at least one) are kept and all are counted.
 class Findings {
  public:
   explicit Findings(std::size_t limit) : _limit(limit) {}
@@ -49,7 +49,14 @@ class Findings {
   }
   void AddRemark(std::string what) { _remarks.push_back(std::move(what)); }
   void AddProblem(Place place, std::string what) {
-    if (_problemCount++ < _limit) _problems.push_back({place, std::move(what)});
+    ++_problemCount;
+    // Readers report names, say, after all else.
+    const auto next = std::upper_bound(
+        _problems.begin(), _problems.end(), place.number,
+        [](std::size_t number, const Problem& problem) { return number < problem.place.number; });
+    if (_problems.size() == _limit && next == _problems.end()) return;
+    _problems.insert(next, {place, std::move(what)});
+    if (_problems.size() > _limit) _problems.pop_back();
   }
   /// A problem that leaves the rest of the file without meaning.
   void Stop(Place place, const std::string& what) {
@@ -65,18 +72,11 @@ class Findings {
 
   const std::vector<Fact>& Facts() const { return _facts; }
   const std::vector<std::string>& Remarks() const { return _remarks; }
-  /// Those kept, in the order of the file.
+  /// The first ones in the order of the file.
   const std::vector<Problem>& Problems() const { return _problems; }
   std::size_t ProblemCount() const { return _problemCount; }
   /// Has the file been read to its end?
   bool IsComplete() const { return !_isStopped; }
-
-  /// Readers report names, say, after all else.
-  void SortProblems() {
-    std::stable_sort(_problems.begin(), _problems.end(), [](const Problem& a, const Problem& b) {
-      return a.place.number < b.place.number;
-    });
-  }
 
  private:
   std::size_t _limit;

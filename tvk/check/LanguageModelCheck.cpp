@@ -89,6 +89,10 @@ class LanguageModelCheck {
   }
 
  private:
+  struct Declaration {
+    Place place;
+    std::size_t count;
+  };
   struct Word {
     std::string_view text;
     Place place;
@@ -227,7 +231,7 @@ class LanguageModelCheck {
       _findings.Stop(last, "the file ends without a line \"\\data\\\"");
       return;
     }
-    CompareCounts(last);
+    CompareCounts();
     if (state != kAtEnd) {
       _findings.AddProblem(last, "the file ends without a line \"\\end\\\": it is cut");
     } else {
@@ -282,7 +286,7 @@ class LanguageModelCheck {
                                       "-grams is declared where that of " +
                                       std::to_string(_declared.size() + 1) + "-grams is expected");
     }
-    _declared[static_cast<std::size_t>(*order)] = static_cast<std::size_t>(*count);
+    _declared[static_cast<std::size_t>(*order)] = {place, static_cast<std::size_t>(*count)};
   }
 
   void ReadNgramLine(Place place, std::string_view line, std::size_t order) {
@@ -342,8 +346,9 @@ class LanguageModelCheck {
     return kUnknown;
   }
 
-  void CompareCounts(Place place) {
-    for (const auto& [order, count] : _declared) {
+  void CompareCounts() {
+    for (const auto& [order, declaration] : _declared) {
+      const auto& [place, count] = declaration;
       const std::size_t found = order <= _found.size() ? _found[order - 1] : 0;
       if (found == count) continue;
       _findings.AddProblem(place, std::to_string(count) + " " + std::to_string(order) +
@@ -471,7 +476,7 @@ class LanguageModelCheck {
   std::vector<Word> _words;
   std::unordered_map<std::string_view, int> _idOfWord;
   std::unordered_map<std::int32_t, int> _idOfNumber;  ///< by the word's number in the binary form
-  std::map<std::size_t, std::size_t> _declared;       ///< [order] n-grams, ARPA text
+  std::map<std::size_t, Declaration> _declared;       ///< [order] n-grams, ARPA text
   std::vector<std::size_t> _found;                    ///< [order - 1] n-grams
   NgramIndex _index;
   std::vector<std::string_view> _fields;

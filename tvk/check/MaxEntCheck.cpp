@@ -251,19 +251,17 @@ class MaxEntCheck {
   std::unordered_map<std::string_view, std::size_t> CheckDoubled(const std::string& what,
                                                                  const std::vector<Name>& names,
                                                                  ResourceText& text) {
+    const auto nameOf = [&](std::size_t number) { return what + ' ' + std::to_string(number); };
     std::unordered_map<std::string_view, std::size_t> numbers;
     numbers.reserve(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
       const auto& [name, place] = names[i];
       text.See(place, name);
-      if (name.empty()) {
-        _findings.AddProblem(place, what + " " + std::to_string(i) + " has no text");
-      }
+      if (name.empty()) _findings.AddProblem(place, nameOf(i) + " has no text");
       const auto [known, isNew] = numbers.emplace(name, i);
       if (isNew) continue;
-      const std::string first = what + " " + std::to_string(known->second);
-      _findings.AddProblem(place, what + " " + std::to_string(i) + ", " + text.Show(name) +
-                                      ", is the same as " + first + ": nothing finds it");
+      _findings.AddProblem(place, nameOf(i) + ", " + text.Show(name) + ", is the same as " +
+                                      nameOf(known->second) + ": nothing finds it");
     }
     return numbers;
   }

@@ -125,9 +125,7 @@ Content Check(FileReport& report, std::optional<ResourceKind> as, const Demands&
   std::string_view bytes = *whole;
   if (!TakeMark(bytes, findings) || !FindKind(bytes, as, demands, report)) return {};
   report.isBinary = IsBinary(bytes, *report.kind);
-  Content content = CheckContent(bytes, *report.kind, demands, findings);
-  findings.SortProblems();
-  return content;
+  return CheckContent(bytes, *report.kind, demands, findings);
 }
 
 FileReport EmptyReport(std::string path, std::size_t limit) {
