@@ -323,7 +323,7 @@ void WriteCharacterLists(const std::string& path, const std::string& folder) {
     std::error_code error;
     if (!fs::create_directory(beside, error)) return false;
     for (const auto& [name, content] : lists) {
-      WriteWholeFile(beside + "/" + name + ".txt", content);
+      WriteWholeFile(fs::path(beside) / (name + ".txt"), content);
     }
     std::string warnings;
     if (BuildCharacterResource(beside, warnings) == ReadWholeFile(path)) return true;
