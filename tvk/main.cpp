@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
   Tolvek::AddConvert(app, action);
   Tolvek::AddText(app, action);
   Tolvek::AddCheck(app, action);
+  Tolvek::AddVersion(app, action);
 
   try {
     app.parse(argc, argv);

@@ -886,6 +886,26 @@ TEST_F(CheckedFiles, MissingFilesAreProblems) {
   EXPECT_EQ(CheckDirectory("nowhere", 20).size(), 8U);
 }
 
+TEST_F(CheckedFiles, AFolderMayLackWhatNothingThereNeeds) {
+  PutData();
+  for (const char* name : {"binaryEngPosModel", "EngDict", "abbtitle"}) {
+    EXPECT_EQ(std::filesystem::remove(std::string("data/") + name), true);
+    // The tokenizer's lists are needed as long as the tagger is there.
+    EXPECT_EQ(ProblemsInData(), name == std::string("binaryEngPosModel")
+                                    ? "data/binaryEngPosModel: No such file or directory\n"
+                                    : "")
+        << name;
+  }
+  EXPECT_EQ(CheckDirectory("data", 20).back().findings.Remarks(),
+            std::vector<std::string>{"not there, and nothing there needs it"});
+  for (const char* name : {"binarySegLM", "binarySegModel"}) {
+    std::filesystem::remove(std::string("data/") + name);
+  }
+  EXPECT_EQ(ProblemsInData(), "");
+  std::filesystem::remove("data/binarySource");
+  EXPECT_EQ(ProblemsInData(), "data/binarySource: No such file or directory\n");
+}
+
 TEST_F(CheckedFiles, FilesHaveToBeWhatTheirPlaceSays) {
   PutData();
   Put("data/binarySegLM", GoodModel().Binary());

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
 #include "Program.h"
 #include "common/Globals.h"
 
@@ -8,10 +10,31 @@ namespace {
 class Commands : public Program {};
 
 TEST_F(Commands, HelpGoesToTheStandardOutput) {
-  for (const char* command :
-       {"", "train", "train chars", "train seg", "train pos", "train abbtitle", "train engpos",
-        "eval", "eval seg", "eval pos", "eval segpos", "eval tok", "eval tokpos", "convert",
-        "convert me", "convert lm", "convert chars", "text", "check"}) {
+  for (const char* command : {"",
+                              "train",
+                              "train chars",
+                              "train seg",
+                              "train pos",
+                              "train abbtitle",
+                              "train engpos",
+                              "eval",
+                              "eval seg",
+                              "eval pos",
+                              "eval segpos",
+                              "eval tok",
+                              "eval tokpos",
+                              "convert",
+                              "convert me",
+                              "convert lm",
+                              "convert chars",
+                              "text",
+                              "seg",
+                              "segpos",
+                              "pos",
+                              "tok",
+                              "tokpos",
+                              "version",
+                              "check"}) {
     EXPECT_EQ(Run(std::string(command) + " --help"), 0) << command;
     EXPECT_NE(_out.find("Usage: tvk"), std::string::npos) << command;
     EXPECT_EQ(_err, "") << command;
@@ -64,6 +87,33 @@ TEST_F(Commands, FailuresNameTheFileAndGiveStatus1) {
     EXPECT_NE(_err, "") << arguments;
     EXPECT_FALSE(std::filesystem::exists("b")) << arguments;
   }
+}
+
+TEST_F(Commands, VersionTellsOfTheBuildAndTheModels) {
+  const std::string data = PROJECT_DIR "/data";
+  EXPECT_EQ(Run("version --data " + data), 0) << _err;
+  EXPECT_TRUE(_out.starts_with("tvk ")) << _out;
+  for (const char* part :
+       {"\ncompiler  ", "\nbuild     ", "\noneTBB    20", "  binarySegLM, ", "  EngDict, "}) {
+    EXPECT_NE(_out.find(part), std::string::npos) << part << " in\n" << _out;
+  }
+  EXPECT_NE(_out.find("\nmodels    " + data + "\n"), std::string::npos) << _out;
+  EXPECT_EQ(Run("version"), 0) << _err;
+  EXPECT_EQ(Run("version --data none"), 1);
+  EXPECT_NE(_err.find("looked for in: none (--data)"), std::string::npos) << _err;
+
+  std::filesystem::create_directory("models");
+  Put("models/abbtitle", "0\n0\n");
+  EXPECT_EQ(Run("version --json --data models"), 0) << _err;
+  const auto document = nlohmann::json::parse(_out);
+  EXPECT_EQ(document["data"], "models");
+  ASSERT_EQ(document["models"].size(), 1U) << "only what is there";
+  EXPECT_EQ(document["models"][0]["name"], "abbtitle");
+  EXPECT_EQ(document["models"][0]["bytes"], 4);
+  const std::string fingerprint = document["models"][0]["fingerprint"];
+  Put("models/abbtitle", "0\n1\n");
+  EXPECT_EQ(Run("version --json --data models"), 0) << _err;
+  EXPECT_NE(nlohmann::json::parse(_out)["models"][0]["fingerprint"], fingerprint);
 }
 
 TEST_F(Commands, ConvertTurnsModelsBinary) {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/check/ResourceCheck.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -132,6 +134,42 @@ FileReport EmptyReport(std::string path, std::size_t limit) {
   return {std::move(path), std::nullopt, false, std::nullopt, Findings(limit)};
 }
 
+/// A folder may be for one language only, or without tags: takes back that files are missing which
+/// nothing there needs. The reports are those of `CheckDirectory`, in its order.
+void ForgiveMissing(std::vector<FileReport>& reports, std::size_t limit) {
+  using Files = std::initializer_list<std::size_t>;
+  enum : std::size_t {
+    kCharacters,
+    kSegLm,
+    kSegModel,
+    kPosModel,
+    kDict,
+    kEngModel,
+    kEngDict,
+    kLists
+  };
+  const auto noneOf = [&](Files files) {
+    return std::none_of(files.begin(), files.end(), [&](std::size_t file) {
+      std::error_code error;
+      return std::filesystem::exists(reports[file].path, error);
+    });
+  };
+  const auto forgiveUnless = [&](Files needing, Files files) {
+    if (!noneOf(needing) || !noneOf(files)) return;
+    for (const std::size_t file : files) {
+      reports[file].findings = Findings(limit);
+      reports[file].findings.AddRemark("not there, and nothing there needs it");
+    }
+  };
+  if (noneOf({kCharacters, kSegLm, kSegModel, kPosModel, kDict, kEngModel, kEngDict, kLists}))
+    return;
+  forgiveUnless({}, {kSegLm, kSegModel});
+  forgiveUnless({}, {kPosModel, kDict});
+  forgiveUnless({}, {kEngModel, kEngDict});
+  forgiveUnless({kSegLm, kSegModel, kPosModel, kDict}, {kCharacters});
+  forgiveUnless({kEngModel, kEngDict}, {kLists});
+}
+
 }  // namespace
 
 FileReport CheckFile(const std::string& path, std::optional<ResourceKind> as, std::size_t limit) {
@@ -162,6 +200,7 @@ std::vector<FileReport> CheckDirectory(const std::string& path, std::size_t limi
   const Content english = check("binaryEngPosModel", {.use = ModelUse::kEnglishTagging});
   check("EngDict", {.modelTags = ifWhole(english.tags)});
   check("abbtitle");
+  ForgiveMissing(reports, limit);
   return reports;
 }
 

@@ -13,8 +13,7 @@ namespace Tolvek {
 using Action = std::function<void()>;
 
 /// Each of these adds one subcommand with its options to `parent`; once the subcommand is met on
-/// the command line, `action` is set. One file each.
-/// The five tasks: seg, segpos, pos, tok, tokpos.
+/// the command line, `action` is set. One file each; `AddAnalyze` adds all five tasks.
 void AddAnalyze(CLI::App& parent, Action& action);
 void AddTrainChars(CLI::App& parent, Action& action);
 void AddTrainSeg(CLI::App& parent, Action& action);
@@ -25,5 +24,6 @@ void AddEval(CLI::App& parent, Action& action);
 void AddConvert(CLI::App& parent, Action& action);
 void AddText(CLI::App& parent, Action& action);
 void AddCheck(CLI::App& parent, Action& action);
+void AddVersion(CLI::App& parent, Action& action);
 
 }  // namespace Tolvek

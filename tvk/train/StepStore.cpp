@@ -40,26 +40,6 @@ bool IsStepFolder(const fs::directory_entry& entry, const std::string& prefix) {
 
 }  // namespace
 
-void Fingerprint::Add(std::string_view bytes) {
-  const std::uint64_t size = bytes.size();
-  std::array<char, sizeof size> length;
-  std::memcpy(length.data(), &size, sizeof size);
-  AddBytes({length.data(), length.size()});
-  AddBytes(bytes);
-}
-
-void Fingerprint::AddBytes(std::string_view bytes) {
-  for (const char c : bytes) {
-    _value = (_value ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-  }
-}
-
-std::string Fingerprint::Text() const {
-  std::array<char, 17> text;
-  std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(_value));
-  return text.data();
-}
-
 StepStore::StepStore(const fs::path& out, const std::string& prefix, const Fingerprint& fingerprint,
                      Kept kept, StepLog& log)
     : _folder(out / (prefix + fingerprint.Text())), _prefix(prefix), _kept(kept), _log(&log) {}
