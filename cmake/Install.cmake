@@ -27,8 +27,9 @@ endif()
 
 install(DIRECTORY data/ DESTINATION ${resources})
 install(FILES LICENSE README.md CHANGELOG.md cmake/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+# The recipes of docs/cookbook.md read the last two.
+install(DIRECTORY docs examples resources DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  PATTERN man EXCLUDE PATTERN "*.py" EXCLUDE PATTERN "*.sh" EXCLUDE)
 
 # The library.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME Development)

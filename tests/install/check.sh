@@ -48,6 +48,8 @@ check_files() {
   same licence "$top/LICENSE" "$tree/share/doc/tolvek/LICENSE"
   same copyright "$top/cmake/copyright" "$tree/share/doc/tolvek/copyright"
   same documentation <(files "$top/docs" -name '*.md') <(files "$tree/share/doc/tolvek/docs")
+  same examples "$top/examples" "$tree/share/doc/tolvek/examples"
+  same lists <(files "$top/resources" -name '*.txt') <(files "$tree/share/doc/tolvek/resources")
 }
 
 # From a directory that is neither the source's nor the build's.
