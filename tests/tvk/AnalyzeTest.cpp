@@ -503,6 +503,7 @@ class Child {
     }
     return -1;
   }
+  pid_t Id() const { return _pid; }
   /// The most memory it had, in KB; after `Wait`.
   long PeakMemory() const { return _usage.ru_maxrss; }
 
@@ -742,6 +743,20 @@ TEST_F(Analyze, EveryNumberOfThreadsGivesTheSame) {
     for (const std::string threads : {"2", "5"}) {
       EXPECT_TRUE(OutputOf(arguments + " -j " + threads) == expected) << arguments << threads;
     }
+  }
+}
+
+TEST_F(Analyze, ThreadsAreAsManyAsAskedFor) {
+  const auto threads = [](const std::string& option) {
+    Child child(Tvk("seg " + option));
+    child.Write(kSentence);
+    EXPECT_EQ(child.ReadLine(), kWords);
+    const fs::directory_iterator tasks("/proc/" + std::to_string(child.Id()) + "/task");
+    return std::distance(begin(tasks), end(tasks));
+  };
+  for (const std::string option : {"-j ", "--threads "}) {
+    // A sanitizer may have a thread of its own.
+    EXPECT_GT(threads(option + "2"), threads(option + "1")) << option;
   }
 }
 
