@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "tvk/commands/Command.h"
 
@@ -21,9 +25,32 @@ std::string NameOf(const CLI::App& app) {
   return name;
 }
 
+/// A standard stream that is closed gets a file that cannot be used the way it is meant: else the
+/// next file to be opened would take its place.
+void HoldStandardStreams() {
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(file, F_GETFD) >= 0) continue;
+    const int opened = ::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (opened >= 0 && opened != file) ::close(opened);
+  }
+}
+
+/// The arguments, in reverse. A file name in brackets gets a folder, as the parser would take it
+/// for a list.
+std::vector<std::string> Arguments(int argc, char** argv) {
+  std::vector<std::string> arguments;
+  for (int i = argc - 1; i > 0; --i) {
+    const std::string argument = argv[i];
+    const bool isInBrackets = argument.starts_with('[') && argument.ends_with(']');
+    arguments.push_back(isInBrackets ? "./" + argument : argument);
+  }
+  return arguments;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  HoldStandardStreams();
   CLI::App app{
       "tvk: words and parts of speech of Chinese and English text, and the models behind them.\n"
       "Text in, text out, one line for one line, in UTF-8 unless told otherwise:\n"
@@ -53,7 +80,7 @@ int main(int argc, char** argv) {
   Tolvek::AddVersion(app, action);
 
   try {
-    app.parse(argc, argv);
+    app.parse(Arguments(argc, argv));
   } catch (const CLI::Success& asked) {  // --help, --version
     return app.exit(asked);
   } catch (const CLI::ParseError& error) {

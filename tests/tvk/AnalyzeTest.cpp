@@ -486,6 +486,7 @@ class Child {
   void CloseOutput() {
     if (_out >= 0) ::close(std::exchange(_out, -1));
   }
+  void Signal(int signal) const { ::kill(_pid, signal); }
   /// The exit status; -1 when a signal ended it.
   int Wait() {
     CloseInput();
@@ -1065,6 +1066,188 @@ TEST_F(Analyze, LongLinesAreTheSameFromPipesAndFiles) {
       }
     }
   }
+}
+
+TEST_F(Analyze, NamedPipeIsReadAsAFile) {
+  ASSERT_EQ(::mkfifo("fifo", 0600), 0);
+  EXPECT_EQ(RunShell("timeout 10 sh -c 'echo 我来到北京 >fifo' & timeout 10 " + Tvk("seg fifo") +
+                     "; wait"),
+            0);
+  EXPECT_EQ(_out, "我 来到 北京\n");
+}
+
+TEST_F(Analyze, EveryCodeOfTwoBytesIsKept) {
+  for (const std::string encoding : {"gbk", "gb18030", "big5"}) {
+    std::string text;
+    for (int lead = 0x81; lead < 0xFF; ++lead) {
+      for (int trail = 0x40; trail < 0xFF; ++trail) {
+        if (trail != 0x7F) text += {static_cast<char>(lead), static_cast<char>(trail), '\n'};
+      }
+    }
+    const std::string arguments =
+        "seg -q --keep-spaces --on-bad-bytes keep --encoding " + encoding + " --format ";
+    const std::vector<std::string> input = LinesOf(text);
+    for (const std::string format : {"text", "tsv", "jsonl"}) {
+      const std::string out = OutputOf(arguments + format, text);
+      const std::vector<Line> lines = format == "text"  ? ReadText(out, encoding, false)
+                                      : format == "tsv" ? ReadTsv(out, encoding, false, true)
+                                                        : std::vector<Line>();
+      if (format == "jsonl") {
+        // Read strictly, a code that Unicode lacks cannot be told from another one.
+        EXPECT_EQ(out.find("\uFFFD"), std::string::npos) << encoding;
+        continue;
+      }
+      std::string wrong;
+      for (std::size_t i = 0; i < std::min(lines.size(), input.size()); ++i) {
+        if (PutTogether({lines[i]}) != input[i] + "\n") wrong += input[i] + " ";
+      }
+      EXPECT_EQ(wrong, "") << encoding << " " << format;
+    }
+  }
+}
+
+TEST_F(Analyze, ToWritesTheCodesOfTheCLibrary) {
+  EXPECT_EQ(OutputOf("seg --to big5", "十\n卅\n"), InEncoding("十\n卅\n", "big5"));
+}
+
+TEST_F(Analyze, FailureEndsTheRunWhileTheInputIsIdle) {
+  Child bad(Tvk("seg -j 2 --on-bad-bytes fail 2>err.txt"));
+  bad.Write("\xFF\n");
+  EXPECT_EQ(bad.WaitWithOpenInput(), 1);
+  Child full(Tvk("seg -j 2 >/dev/full 2>err.txt"));
+  full.Write("a\n");
+  EXPECT_EQ(full.WaitWithOpenInput(), 1);
+}
+
+TEST_F(Analyze, ClosedStandardStreamsLeaveTheResultAlone) {
+  Put("bad", "\xFF\n");
+  EXPECT_EQ(RunShell(Tvk("seg bad -o result") + " 2>&-"), 0);
+  EXPECT_EQ(Get("result"), "\uFFFD\n");
+  Put("a", kSentence);
+  EXPECT_EQ(RunShell(Tvk("seg a -o result") + " <&- >&- 2>&-"), 0);
+  EXPECT_EQ(Get("result"), kWords);
+}
+
+TEST_F(Analyze, ProgressIsAutomaticOnATerminal) {
+  Put("a", kSentence);
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_GE(terminal, 0);
+  ASSERT_EQ(::grantpt(terminal), 0);
+  ASSERT_EQ(::unlockpt(terminal), 0);
+  const std::string name = ::ptsname(terminal);
+  const int held = ::open(name.c_str(), O_RDWR | O_NOCTTY);
+  EXPECT_EQ(std::system((Tvk("seg a -o result") + " 2>" + name).c_str()), 0);
+  struct pollfd watched {
+    terminal, POLLIN, 0
+  };
+  std::string shown(1000, '\0');
+  if (::poll(&watched, 1, 1000) == 1) {
+    shown.resize(static_cast<std::size_t>(::read(terminal, shown.data(), shown.size())));
+  } else {
+    shown.clear();
+  }
+  ::close(held);
+  ::close(terminal);
+  EXPECT_NE(shown.find("1 lines"), std::string::npos) << shown;
+}
+
+TEST_F(Analyze, FileNamesMayHaveBrackets) {
+  for (const std::string name : {"[a]", "[a,b]"}) {
+    Put(name, "我\n");
+    EXPECT_EQ(OutputOf("seg '" + name + "'"), "我\n");
+  }
+}
+
+TEST_F(Analyze, PartsOfLongLinesDoNotShow) {
+  EXPECT_EQ(OutputOf("seg", std::string(70'000, ' ') + "我\n"), "我\n");
+  // A byte-order mark is white space at the beginning of a line only.
+  const std::string filling(65'536, 'a');
+  EXPECT_EQ(OutputOf("tok", filling + "\uFEFFb\n"), filling + " \uFEFFb\n");
+  // The line goes on without white space.
+  const std::string out = OutputOf("tok --format conllu", filling + "b bb\n");
+  EXPECT_NE(out.find("a\t_\t_\t_\t_\t_\t_\t_\tSpaceAfter=No\n\n# sent_id = 1.2"),
+            std::string::npos);
+}
+
+TEST_F(Analyze, NothingOfALineWithBadBytesIsWritten) {
+  EXPECT_EQ(Run("seg --on-bad-bytes fail", "a\nb\xFF\n"), 1);
+  EXPECT_EQ(_out, "a\n");
+  // Of a very long line, the parts before are there: they may have been read long ago.
+  const std::string part(65'536, 'b');
+  EXPECT_EQ(Run("seg --on-bad-bytes fail", "a\n" + part + "bbbbb\xFF\n"), 1);
+  EXPECT_EQ(_out, "a\n" + part);
+}
+
+TEST_F(Analyze, ReplacementsAreThoseThatAreTold) {
+  OutputOf("seg --encoding gb18030", "\xFF\n");
+  EXPECT_NE(_err.find("U+FFFD"), std::string::npos) << _err;
+  EXPECT_EQ(OutputOf("seg --encoding gbk", "\xFF\n"), InEncoding("〓\n", "gbk"));
+  EXPECT_NE(_err.find("U+3013"), std::string::npos) << _err;
+  EXPECT_EQ(OutputOf("seg --encoding big5", "\xFF\n"), InEncoding("□\n", "big5"));
+  EXPECT_NE(_err.find("U+25A1"), std::string::npos) << _err;
+}
+
+TEST_F(Analyze, TheLastFileTellsWhetherALineFeedEndsAll) {
+  Put("a", "我");
+  Put("b", "你");
+  EXPECT_EQ(OutputOf("seg --keep-spaces a b"), "我\n你");
+  Put("empty", "");
+  EXPECT_EQ(OutputOf("seg --keep-spaces a empty"), "我\n");
+}
+
+TEST_F(Analyze, TheOutputIsNoInput) {
+  Put("a", "我\n");
+  EXPECT_EQ(RunShell(Tvk("seg a") + " >>a"), 1);
+  EXPECT_EQ(Get("a"), "我\n");
+}
+
+TEST_F(Analyze, PartsOfLongLinesAreTold) {
+  OutputOf("seg", "a\n" + std::string(200'000, 'b') + "\n");
+  EXPECT_EQ(_err, "tvk: lines of more than 65536 bytes: 1, done in parts; at standard input:2\n");
+}
+
+TEST_F(Analyze, DanglingLinkStaysALink) {
+  Put("a", kSentence);
+  fs::create_symlink("target", "link");
+  OutputOf("seg a -o link");
+  EXPECT_TRUE(fs::is_symlink("link"));
+  EXPECT_EQ(Get("target"), kWords);
+}
+
+TEST_F(Analyze, ReplacedFileKeepsItsPermissions) {
+  Put("a", kSentence);
+  Put("result", "");
+  ASSERT_EQ(::chmod("result", 0600), 0);
+  OutputOf("seg a -o result");
+  EXPECT_EQ(static_cast<unsigned>(fs::status("result").permissions()), 0600U);
+}
+
+TEST_F(Analyze, InterruptLeavesNoTemporaryFile) {
+  const std::vector<std::string> before = Names();
+  Child child(Tvk("seg -o result"));
+  child.Write(kSentence);
+  while (Names() == before) ::usleep(10000);
+  child.Signal(SIGINT);
+  child.WaitWithOpenInput();
+  EXPECT_EQ(Names(), before);
+}
+
+TEST_F(Analyze, BrokenModelIsAFailureAndLeavesNothing) {
+  fs::create_directory("models");
+  for (const auto& entry : fs::directory_iterator(PROJECT_DIR "/data")) {
+    fs::copy(entry.path(), "models" / entry.path().filename());
+  }
+  // A feature of 0x404 bytes: one that ends the core's loader.
+  Put("models/binarySegModel",
+      "#bin,model\1" + std::string("\0\0\0\4\4\0\0", 7) + std::string(3000, 'a'));
+  const std::vector<std::string> before = Names();
+  EXPECT_EQ(Run("seg --data models -o result", kSentence), 1);
+  EXPECT_NE(_err.find("models/binarySegModel"), std::string::npos) << _err;
+  EXPECT_FALSE(fs::exists("result"));
+  fs::remove("in.txt");
+  fs::remove("out.txt");
+  fs::remove("err.txt");
+  EXPECT_EQ(Names(), before);
 }
 
 }  // namespace

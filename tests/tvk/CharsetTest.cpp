@@ -107,12 +107,16 @@ TEST(Charset, EncodesEveryCharacterAsTheCLibraryDoes) {
 
 TEST(Charset, KeepsMalformedBytes) {
   std::string out;
-  EXPECT_TRUE(Charset::Of(Encoding::kBig5).Encode(kMalformed + 0xFF, out));
-  EXPECT_EQ(out, "\xFF");
+  EXPECT_EQ(BytesOf(kMalformed + 0xFF), "\xFF");
+  EXPECT_EQ(BytesOf(kNotInUnicode + 0xAAA1), "\xAA\xA1");
+  EXPECT_FALSE(Charset::Of(Encoding::kBig5).Encode(kMalformed + 0xFF, out));
   EXPECT_FALSE(Charset::Of(Encoding::kUtf8).Encode(kNotInUnicode + 0xAAA1, out));
+  EXPECT_EQ(out, "");
   EXPECT_EQ(Charset::Of(Encoding::kUtf8).Replacement(), "\uFFFD");
   EXPECT_EQ(Charset::Of(Encoding::kGb18030).Replacement(), "\x84\x31\xA4\x37");
   EXPECT_EQ(Charset::Of(Encoding::kGbk).Replacement(), "\xA1\xFE");
+  EXPECT_STREQ(Charset::Of(Encoding::kGbk).ReplacementName(), "U+3013");
+  EXPECT_EQ(Charset::Of(Encoding::kBig5).Replacement(), "\xA1\xBC");
 }
 
 }  // namespace

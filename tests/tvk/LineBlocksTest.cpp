@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <thread>
 
 #include "Workplace.h"
@@ -12,8 +15,7 @@ namespace {
 class LineBlocksTest : public Workplace {
  protected:
   static std::vector<LineBlock> ReadAll(const std::vector<std::string>& paths) {
-    LineBlocks blocks(
-        paths, Charset::Of(Encoding::kUtf8), [] { return true; }, -1);
+    LineBlocks blocks(paths, Charset::Of(Encoding::kUtf8), -1);
     std::vector<LineBlock> all;
     for (LineBlock block; blocks.Next(block);) all.push_back(block);
     return all;
@@ -53,9 +55,7 @@ TEST_F(LineBlocksTest, TellsTheSizeOfFilesOnly) {
   Put("a", "12345");
   Put("b", "678");
   const auto sizeOf = [](const std::vector<std::string>& paths) {
-    return LineBlocks(
-               paths, Charset::Of(Encoding::kUtf8), [] { return true; }, -1)
-        .TotalSize();
+    return LineBlocks(paths, Charset::Of(Encoding::kUtf8), -1).TotalSize();
   };
   EXPECT_EQ(sizeOf({"a", "b"}), 8U);
   EXPECT_EQ(sizeOf({"a", "/dev/null"}), 0U);
@@ -67,14 +67,31 @@ TEST_F(LineBlocksTest, OpensAllFilesInAdvance) {
   EXPECT_THROW(ReadAll({"."}), Failure);
 }
 
-TEST_F(LineBlocksTest, EndsWhenNobodyWantsMore) {
+TEST_F(LineBlocksTest, EndsWhenItIsStopped) {
   Put("a", "1\n");
-  int asked = 0;
-  LineBlocks blocks(
-      {"a", "a", "a"}, Charset::Of(Encoding::kUtf8), [&] { return ++asked <= 2; }, -1);
+  LineBlocks files({"a", "a", "a"}, Charset::Of(Encoding::kUtf8), -1);
   LineBlock block;
-  EXPECT_TRUE(blocks.Next(block));
-  EXPECT_FALSE(blocks.Next(block));
+  EXPECT_TRUE(files.Next(block));
+  files.Stop();
+  EXPECT_FALSE(files.Next(block));
+
+  ASSERT_EQ(::mkfifo("idle", 0600), 0);
+  const int writer = ::open("idle", O_RDWR | O_CLOEXEC);
+  LineBlocks pipe({"idle"}, Charset::Of(Encoding::kUtf8), -1);
+  std::thread stopper([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    pipe.Stop();
+  });
+  EXPECT_FALSE(pipe.Next(block)) << "though nothing was written";
+  stopper.join();
+  ::close(writer);
+}
+
+TEST_F(LineBlocksTest, RefusesTheFileThatIsWritten) {
+  Put("a", "1\n");
+  const int file = ::open("a", O_WRONLY | O_APPEND | O_CLOEXEC);
+  EXPECT_THROW(LineBlocks({"a"}, Charset::Of(Encoding::kUtf8), file), Failure);
+  ::close(file);
 }
 
 /// A line of `size` bytes: words of three two-byte characters, blanks between.
@@ -111,8 +128,7 @@ TEST_F(LineBlocksTest, CutsALineTheSameHoweverItArrives) {
         pipe << line.substr(i, step) << std::flush;
       pipe << "\nnext\n";
     });
-    LineBlocks blocks(
-        {"pipe"}, Charset::Of(Encoding::kUtf8), [] { return true; }, -1);
+    LineBlocks blocks({"pipe"}, Charset::Of(Encoding::kUtf8), -1);
     std::string found;
     std::size_t part = 0;
     bool isCut = true;

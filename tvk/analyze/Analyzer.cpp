@@ -42,14 +42,14 @@ Analyzer::Analyzer(Task task, const Models& models, const Folding& folding)
   }
 }
 
-const std::vector<Token>& Analyzer::operator()(std::span<const Character> line) {
+const std::vector<Token>& Analyzer::operator()(std::span<const Character> line, bool isLineBegin) {
   _text.clear();
   if (IsEnglish(_task)) {
     WriteEnglish(line);
   } else {
     WriteChinese(line);
   }
-  if (!line.empty() && IsByteOrderMark(line.front())) {
+  if (isLineBegin && !line.empty() && IsByteOrderMark(line.front())) {
     _text.replace(0, LengthOf(_text.front()), " ");
   }
   _scratch = _text;

@@ -35,9 +35,9 @@ class Analyzer {
  public:
   Analyzer(Task task, const Models& models, const Folding& folding);
 
-  /// The tokens of a line, in order; between them lies white space only. They are valid until the
-  /// next call.
-  const std::vector<Token>& operator()(std::span<const Character> line);
+  /// The tokens of a line, or of a part of one, in order; between them lies white space only. They
+  /// are valid until the next call.
+  const std::vector<Token>& operator()(std::span<const Character> line, bool isLineBegin = true);
 
  private:
   void WriteChinese(std::span<const Character> line);

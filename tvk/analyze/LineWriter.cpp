@@ -70,7 +70,8 @@ LineWriter::LineWriter(const Options& options, const Charset& from, const Charse
 
 bool LineWriter::IsReplaced(char32_t code) const {
   if (IsMalformed(code)) return _options.badBytes != BadBytes::kKeep;
-  return &_from != &_to && !_to.Has(code);
+  if (&_from == &_to) return false;
+  return IsInUnicode(code) ? !_to.Has(code) : _options.badBytes != BadBytes::kKeep;
 }
 
 void LineWriter::Append(const AnalyzedLine& line, std::string& out) const {
@@ -106,7 +107,7 @@ void LineWriter::ForEachSpan(const AnalyzedLine& line, const Visit& visit) {
 void LineWriter::AppendText(const AnalyzedLine& line, std::string& out) const {
   const Escapes escapes = _options.keepsSpaces ? Escapes::kBackslash : Escapes::kNone;
   Between separate(" ");
-  if (line.part > 1) separate(out);
+  if (!line.isBlankBefore || (line.part > 1 && _options.keepsSpaces)) separate(out);
   ForEachSpan(line, [&](const Span& span, const Token* token) {
     if (token == nullptr && !_options.keepsSpaces) return;
     separate(out);
@@ -234,8 +235,9 @@ void LineWriter::AppendConllu(const AnalyzedLine& line, std::string& out) const 
       const bool isBlank =
           !endsLine && after.end == after.begin + 1 && line.characters[after.begin].code == ' ';
       if (!isBlank) add("SpacesAfter=", after, endsLine ? "\\n" : "");
-    } else if (after.IsEmpty() && after.end < line.characters.size()) {
-      add("SpaceAfter=No", after, "");
+    } else if (after.IsEmpty() && !endsLine &&
+               (after.end < line.characters.size() || !line.isLast || _options.keepsSpaces)) {
+      misc += misc.empty() ? "SpaceAfter=No" : "|SpaceAfter=No";
     }
     out.append(misc.empty() ? "_" : misc).append("\n");
   };
@@ -296,8 +298,14 @@ void LineWriter::AppendCharacter(char32_t code, Escapes escapes, std::string& ou
     AppendUnicodeEscape(code, out);
   } else if (IsReplaced(code)) {
     out += _to.Replacement();
-  } else if (escapes == Escapes::kJson && IsMalformed(code)) {
-    AppendUnicodeEscape(0xDC00 + (code - kMalformed), out);
+  } else if (!IsInUnicode(code)) {
+    for (const char byte : BytesOf(code)) {
+      if (escapes == Escapes::kJson) {
+        AppendUnicodeEscape(0xDC00U + static_cast<unsigned char>(byte), out);
+      } else {
+        out += byte;
+      }
+    }
   } else {
     _to.Encode(code, out);
   }

@@ -2,6 +2,7 @@
 #include "tvk/analyze/Models.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -46,6 +47,19 @@ class WithoutAnnouncements : private std::streambuf {
 
   std::streambuf* _before;
   bool _dropsLineEnd = false;
+};
+
+/// Some faults of a model end the core's loaders, after their message, by `std::abort`. While this
+/// lives, that is a failure like others: status 1.
+class AbortIsFailure {
+ public:
+  AbortIsFailure() : _before(std::signal(SIGABRT, [](int) { std::_Exit(1); })) {}
+  ~AbortIsFailure() { std::signal(SIGABRT, _before); }
+  AbortIsFailure(const AbortIsFailure&) = delete;
+  AbortIsFailure& operator=(const AbortIsFailure&) = delete;
+
+ private:
+  void (*_before)(int);
 };
 
 /// The folders to look in when none is given.
@@ -126,43 +140,47 @@ std::string FindResources(const std::optional<std::string>& given,
 
 Models::Models(Task task, const std::string& folder) {
   const auto inFolder = [&](const char* name) { return (fs::path(folder) / name).string(); };
-  const auto load = [&](const std::string& path, const std::function<bool()>& loadFile) {
-    const std::string advice = " (what is wrong with it, tells: tvk check " + folder + ")";
+  // The core loads some files by twos; its own message tells which one it is.
+  const auto load = [&](const std::string& paths, const std::function<bool()>& loadFiles) {
+    const std::string advice = " (what is wrong, tells: tvk check " + folder + ")";
     try {
-      if (loadFile()) return;
+      if (loadFiles()) return;
     } catch (const std::out_of_range&) {
-      throw Failure(path + ": cut or malformed" + advice);
+      throw Failure(paths + ": cut or malformed" + advice);
     }
-    throw Failure(path + ": cannot be loaded" + advice);
+    throw Failure(paths + ": cannot be loaded" + advice);
+  };
+  const auto loadTwo = [&](auto& scorer, const char* first, const char* second) {
+    load(inFolder(first) + " or " + inFolder(second),
+         [&] { return scorer.Initialize(inFolder(first), inFolder(second)); });
   };
   const WithoutAnnouncements quiet;
+  const AbortIsFailure guard;
   if (IsEnglish(task)) {
     tokens = std::make_unique<EngToken>();
     load(inFolder("abbtitle"), [&] { return tokens->Load(inFolder("abbtitle")); });
     if (!Tags(task)) return;
-    const std::string model = inFolder("binaryEngPosModel");
     englishTags = std::make_unique<EngPosScore>();
-    load(model, [&] { return englishTags->Initialize(model, inFolder("EngDict")); });
-    CheckTags(*englishTags, model);
+    loadTwo(*englishTags, "binaryEngPosModel", "EngDict");
+    CheckTags(*englishTags, inFolder("binaryEngPosModel"));
     return;
   }
   characters = std::make_unique<CharType>();
   load(inFolder("binarySource"), [&] { return characters->LoadBinary(inFolder("binarySource")); });
   if (Segments(task)) {
-    const std::string model = inFolder("binarySegModel");
     segmentation = std::make_unique<SegScore>(characters.get());
-    load(model, [&] { return segmentation->Initialize(inFolder("binarySegLM"), model); });
+    loadTwo(*segmentation, "binarySegLM", "binarySegModel");
     for (const char* tag : {"B", "M", "E", "S"}) {
       if (segmentation->GetTagIndex(tag) < 0) {
-        throw Failure(model + ": the tag " + tag + " is missing: not a model of segmentation");
+        throw Failure(inFolder("binarySegModel") + ": the tag " + tag +
+                      " is missing: not a model of segmentation");
       }
     }
   }
   if (Tags(task)) {
-    const std::string model = inFolder("binaryPosModel");
     chineseTags = std::make_unique<PosScore>(characters.get());
-    load(model, [&] { return chineseTags->Initialize(model, inFolder("Dict")); });
-    CheckTags(*chineseTags, model);
+    loadTwo(*chineseTags, "binaryPosModel", "Dict");
+    CheckTags(*chineseTags, inFolder("binaryPosModel"));
   }
 }
 

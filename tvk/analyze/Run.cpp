@@ -24,7 +24,7 @@ namespace {
 struct Place {
   std::size_t file;  ///< which one, from 0
   std::size_t line;  ///< there, from 1
-  std::size_t byte;  ///< in the line, from 1
+  std::size_t byte;  ///< in the line, from 1; 0: the line as a whole
 };
 
 /// How many characters there were of some kind, and where the first ones stand.
@@ -63,8 +63,7 @@ struct Remarks {
 struct BlockResult {
   std::string text;
   Remarks remarks;
-  bool isStopped =
-      false;  ///< at the first remark that is a failure; the text ends before that line
+  bool isStopped = false;  ///< at the first remark that is a failure: the text ends before it
   std::size_t lines = 0;
   std::size_t bytes = 0;
 };
@@ -88,6 +87,7 @@ class BlockWorker {
     line.part = block.part;
     line.firstByte = block.firstByte;
     line.firstCharacter = block.firstCharacter;
+    line.isBlankBefore = block.isBlankBefore;
     Place place{block.file, block.lineOfFile, 0};
     while (!rest.empty() && !result.isStopped) {
       const std::size_t end = std::min(rest.find('\n'), rest.size());
@@ -99,6 +99,7 @@ class BlockWorker {
       ++line.number;
       ++place.line;
       line.part = line.firstByte = line.firstCharacter = 0;
+      line.isBlankBefore = true;
     }
   }
 
@@ -116,8 +117,9 @@ class BlockWorker {
       Inspect(line, place, result);
       if (result.isStopped) return;
       line.characters = _characters;
-      line.tokens = _analyzer(_characters);
+      line.tokens = _analyzer(_characters, line.firstByte == 0);
       _writer.Append(line, result.text);
+      line.isBlankBefore = line.isBlankBefore && IsBlank(line.bytes);
       text.remove_prefix(length);
       ++line.part;
       line.firstByte += length;
@@ -178,50 +180,51 @@ class Workers {
 class Reporter {
  public:
   Reporter(const std::vector<std::string>& paths, const Charset& from, const Charset& to)
-      : _paths(paths), _from(from), _to(to) {}
-
-  std::string Show(const Place& place) const {
-    return ShowLine(place) + ":" + std::to_string(place.byte);
-  }
-  std::string ShowLine(const Place& place) const {
-    const std::string& path = _paths[place.file];
-    return (path == "-" ? "standard input" : path) + ":" + std::to_string(place.line);
-  }
-  std::string Malformed() const { return std::string("bytes that are not ") + _from.Name(); }
-  std::string Lacking() const { return std::string("characters that ") + _to.Name() + " lacks"; }
+      : _paths(paths), _from(from.Name()), _to(to.Name()), _mark(to.ReplacementName()) {}
 
   /// Throws what `--on-bad-bytes fail` asks for.
   [[noreturn]] void Fail(const Remarks& remarks) const {
     const bool isMalformed = remarks.malformed.count > 0;
     const Place& place = (isMalformed ? remarks.malformed : remarks.lacking).first.front();
     throw Failure(Show(place) + ": " +
-                  (isMalformed ? std::string("a byte that is not ") + _from.Name() +
+                  (isMalformed ? "a byte that is not " + _from +
                                      " (line:byte; is the text in another encoding? see --encoding)"
-                               : std::string("a character that ") + _to.Name() +
-                                     " lacks (line:byte; see --to)"));
+                               : "a character that " + _to + " lacks (line:byte; see --to)"));
   }
 
   void Warn(const Remarks& remarks, BadBytes badBytes, std::ostream& out) const {
-    const std::string& mark = _to.Replacement();
-    const std::string replaced = std::string(", replaced by ") + (mark == "?"        ? mark
-                                                                  : mark.size() == 3 ? "U+FFFD"
-                                                                                     : "U+3013");
-    const auto warn = [&](const std::string& what, const Places& places, const std::string& done) {
-      if (places.count == 0) return;
-      out << "tvk: " << what << ": " << places.count << done << "; at (line:byte) ";
-      for (std::size_t i = 0; i < places.first.size(); ++i) {
-        out << (i > 0 ? ", " : "") << Show(places.first[i]);
-      }
-      out << (places.count > places.first.size() ? ", ..." : "") << std::endl;
-    };
-    warn(Malformed(), remarks.malformed, badBytes == BadBytes::kKeep ? ", kept" : replaced);
-    warn(Lacking(), remarks.lacking, replaced);
+    const std::string replaced = ", replaced by " + _mark + "; at (line:byte) ";
+    const std::string kept = ", kept; at (line:byte) ";
+    Warn("bytes that are not " + _from, remarks.malformed,
+         badBytes == BadBytes::kKeep ? kept : replaced, out);
+    Warn("characters that " + _to + " lacks", remarks.lacking, replaced, out);
+    Warn("lines of more than " + std::to_string(kLongestPart) + " bytes", remarks.cut,
+         ", done in parts; at ", out);
   }
 
  private:
+  void Warn(const std::string& what, const Places& places, const std::string& done,
+            std::ostream& out) const {
+    if (places.count == 0) return;
+    out << "tvk: " << what << ": " << places.count << done;
+    const char* separator = "";
+    for (const Place& place : places.first) {
+      out << separator << Show(place);
+      separator = ", ";
+    }
+    out << (places.count > places.first.size() ? ", ..." : "") << std::endl;
+  }
+
+  std::string Show(const Place& place) const {
+    const std::string& path = _paths[place.file];
+    return (path == "-" ? "standard input" : path) + ":" + std::to_string(place.line) +
+           (place.byte > 0 ? ":" + std::to_string(place.byte) : "");
+  }
+
   const std::vector<std::string>& _paths;
-  const Charset& _from;
-  const Charset& _to;
+  std::string _from;
+  std::string _to;
+  std::string _mark;
 };
 
 }  // namespace
@@ -231,32 +234,45 @@ void RunTask(const RunOptions& options) {
   const LineWriter writer(
       {options.format, options.keepsSpaces, Tags(options.task), options.badBytes}, from,
       Charset::Of(options.outputEncoding.value_or(options.encoding)));
-  CheckWritable(options.output);
+  // Before anything of the output is made.
+  const Models models(options.task, FindResources(options.data, ResourcesOf(options.task)));
+  const Folding folding(options.folds);
+  Workers workers([&] {
+    return std::make_unique<BlockWorker>(options.task, models, folding, from, writer,
+                                         options.badBytes);
+  });
 
   const auto run = [&](const std::string& path) {
     OutputFile output(path);
-    LineBlocks blocks(
-        options.inputs, from, [&] { return !output.IsAbandoned(); },
-        options.output == "-" ? output.Descriptor() : -1);
-    const Models models(options.task, FindResources(options.data, ResourcesOf(options.task)));
-    const Folding folding(options.folds);
-    Workers workers([&] {
-      return std::make_unique<BlockWorker>(options.task, models, folding, from, writer,
-                                           options.badBytes);
-    });
+    LineBlocks blocks(options.inputs, from, options.output == "-" ? output.Descriptor() : -1);
     Progress progress(options.showsProgress ? options.messages : nullptr, options.isTerminal, "tvk",
                       blocks.TotalSize());
     const Reporter reporter(blocks.Paths(), from, writer.Target());
     Remarks remarks;
+    // A failure must not wait for input that may never come.
+    const auto stopsAtFailure = [&](const auto& step) {
+      try {
+        step();
+      } catch (...) {
+        blocks.Stop();
+        throw;
+      }
+    };
     RunOrdered<LineBlock, BlockResult>(
         options.threads, [&](LineBlock& block) { return blocks.Next(block); },
-        [&](const LineBlock& block, BlockResult& result) { workers(block, result); },
+        [&](const LineBlock& block, BlockResult& result) {
+          stopsAtFailure([&] { workers(block, result); });
+        },
         [&](const BlockResult& result) {
-          output.Write(result.text);
-          progress.Add(result.lines, result.bytes);
-          remarks.Add(result.remarks);
-          if (result.isStopped) reporter.Fail(result.remarks);
+          stopsAtFailure([&] {
+            output.Write(result.text);
+            if (output.IsAbandoned()) blocks.Stop();
+            progress.Add(result.lines, result.bytes);
+            remarks.Add(result.remarks);
+            if (result.isStopped) reporter.Fail(result.remarks);
+          });
         });
+    output.Close();
     progress.End();
     if (!options.isQuiet) reporter.Warn(remarks, options.badBytes, *options.messages);
     return true;

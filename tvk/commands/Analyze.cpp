@@ -65,6 +65,7 @@ void Run(Options& options) {
   RunOptions& run = options.run;
   std::signal(SIGPIPE, SIG_IGN);  // `OutputFile` takes care of it
   run.messages = &std::cerr;
+  if (run.output == "/dev/stdout") run.output = "-";  // which may be a file that is added to
   run.isTerminal = ::isatty(STDERR_FILENO) != 0;
   // Beside a result that scrolls by on the same terminal progress would be in the way.
   const bool isInTheWay = run.output == "-" && ::isatty(STDOUT_FILENO) != 0;
@@ -108,13 +109,11 @@ void AddAnalyze(CLI::App& parent, Action& action) {
         ->add_option("--data", run.data,
                      "Folder with the models; else $TOLVEK_DATA, ./data, or the installed one")
         ->type_name("DIR");
-    auto* progress = command->add_flag_callback(
+    command->add_flag_callback(
         "--progress", [options] { options->progress = true; },
         "Report progress on the standard error stream; by default on a terminal");
-    command
-        ->add_flag_callback(
-            "--no-progress", [options] { options->progress = false; }, "Don't report progress")
-        ->excludes(progress);
+    command->add_flag_callback(
+        "--no-progress", [options] { options->progress = false; }, "Don't report progress");
     command->add_flag("-q,--quiet", run.isQuiet, "No progress and no warnings");
     command->callback([&action, options] {
       Check(options->run);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "tvk/text/Failure.h"
 #include "tvk/text/Utf8.h"
@@ -97,6 +98,12 @@ void ConvertEach(const char* from, const char* to, std::string& text, const Visi
 
 }  // namespace
 
+std::string BytesOf(char32_t code) {
+  if (IsMalformed(code)) return {static_cast<char>(code - kMalformed)};
+  const char32_t bytes = code - kNotInUnicode;
+  return {static_cast<char>(bytes >> 8U), static_cast<char>(bytes & 0xFFU)};
+}
+
 const Charset& Charset::Of(Encoding encoding) {
   switch (encoding) {
     case Encoding::kGbk: {
@@ -123,10 +130,11 @@ Charset::Charset(Encoding encoding) : _encoding(encoding), _name(IconvName(encod
     MakeTwoByteTables();
     if (encoding == Encoding::kGb18030) MakeFourByteTables();
   }
-  static constexpr char32_t kReplacementCharacter = 0xFFFD;
-  static constexpr char32_t kGeta = 0x3013;
-  if (!Encode(kReplacementCharacter, _replacement) && !Encode(kGeta, _replacement)) {
-    _replacement = "?";
+  for (const auto& [code, name] : {std::pair<char32_t, const char*>{0xFFFD, "U+FFFD"},
+                                   {0x3013, "U+3013"},
+                                   {0x25A1, "U+25A1"}}) {
+    _replacementName = name;
+    if (Encode(code, _replacement)) break;
   }
 }
 
@@ -218,7 +226,7 @@ void Charset::Decode(std::string_view text, std::vector<Character>& characters) 
 }
 
 bool Charset::Has(char32_t code) const {
-  if (!IsInUnicode(code)) return IsMalformed(code);
+  if (!IsInUnicode(code)) return false;
   if (code < 0x80 || IsUtf8() || TwoBytes(code) != 0) return true;
   return _encoding == Encoding::kGb18030 && (code >= kBmp || _fourPlace[code] != kNoPlace);
 }
@@ -226,8 +234,6 @@ bool Charset::Has(char32_t code) const {
 bool Charset::Encode(char32_t code, std::string& out) const {
   if (code < 0x80) {
     out += static_cast<char>(code);
-  } else if (IsMalformed(code)) {
-    out += static_cast<char>(code - kMalformed);
   } else if (!IsInUnicode(code)) {
     return false;
   } else if (IsUtf8()) {

@@ -30,6 +30,8 @@ inline bool IsMalformed(char32_t code) {
 inline bool IsInUnicode(char32_t code) {
   return code < kNotInUnicode;
 }
+/// The bytes, one or two, of what is not in Unicode.
+std::string BytesOf(char32_t code);
 
 /// One encoding of text, with tables for both directions that are made once from those of the C
 /// library. Nothing changes afterwards: all threads share it.
@@ -48,9 +50,8 @@ class Charset {
   /// The length of the character that a text (not empty) begins with; 1 for a malformed byte.
   std::size_t LengthOfFirst(std::string_view text) const { return First(text).length; }
 
-  /// Appends a character as this encoding writes it, one that Unicode lacks as the bytes it was
-  /// read from, a malformed byte as it is. False, with nothing appended, when the encoding does not
-  /// have the character.
+  /// Appends a character of Unicode as this encoding writes it. False, with nothing appended, when
+  /// the encoding does not have it.
   bool Encode(char32_t code, std::string& out) const;
   bool Has(char32_t code) const;
 
@@ -62,8 +63,9 @@ class Charset {
   }
 
   /// What stands for a character that the encoding lacks: U+FFFD, or where that is lacking, too,
-  /// the geta mark U+3013.
+  /// the geta mark U+3013 or the white square U+25A1.
   const std::string& Replacement() const { return _replacement; }
+  const char* ReplacementName() const { return _replacementName; }
 
  private:
   explicit Charset(Encoding encoding);
@@ -78,6 +80,7 @@ class Charset {
   Encoding _encoding;
   const char* _name;
   std::string _replacement;
+  const char* _replacementName = "";
   std::vector<char32_t> _codePoints;     ///< [65536] by two bytes; 0: none
   std::vector<std::uint16_t> _twoBytes;  ///< by code point; 0: none
   // GB18030 only: the characters of the plane of 16 bits that have codes of four bytes.

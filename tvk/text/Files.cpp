@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +18,8 @@
 
 namespace Tolvek {
 
+namespace fs = std::filesystem;
+
 namespace {
 
 std::string ReasonOf(int error) {
@@ -27,11 +31,52 @@ std::string BesidePath(const std::string& path) {
   return path + ".tmp" + std::to_string(::getpid());
 }
 
+/// What is written by this name: where links point to.
+fs::path TargetOf(fs::path path) {
+  static constexpr int kMostLinks = 40;
+  std::error_code error;
+  for (int links = 0; links < kMostLinks && fs::is_symlink(path, error); ++links) {
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  return path;
+}
+
+/// Removes a file when a signal ends the program. One at a time.
+class RemovedWhenKilled {
+ public:
+  explicit RemovedWhenKilled(const std::string& path) {
+    if (path.size() >= sizeof _path) return;
+    std::memcpy(_path, path.c_str(), path.size() + 1);
+    for (const int number : kSignals) {
+      struct sigaction action {};
+      ::sigaction(number, nullptr, &action);
+      if (action.sa_handler != SIG_DFL) continue;  // ignored, as by nohup
+      action.sa_handler = Remove;
+      action.sa_flags = SA_RESETHAND;
+      ::sigaction(number, &action, nullptr);
+    }
+  }
+  ~RemovedWhenKilled() { _path[0] = '\0'; }
+  RemovedWhenKilled(const RemovedWhenKilled&) = delete;
+  RemovedWhenKilled& operator=(const RemovedWhenKilled&) = delete;
+
+ private:
+  static constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
+
+  /// Once is enough: then the signal does what it would have done.
+  static void Remove(int number) {
+    if (_path[0] != '\0') ::unlink(_path);
+    ::raise(number);
+  }
+
+  static inline char _path[PATH_MAX] = "";
+};
+
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
   if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  if (std::filesystem::is_directory(path)) throw Failure(path + ": is a folder, not a file");
+  if (fs::is_directory(path)) throw Failure(path + ": is a folder, not a file");
   errno = 0;
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure(path + ": " + ReasonOf(errno));
@@ -69,9 +114,8 @@ std::vector<std::string_view> SplitAtBlanks(std::string_view line) {
 
 bool IsReplaceable(const std::string& path) {
   std::error_code error;
-  const auto status = std::filesystem::status(path, error);
-  return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status) ||
-         std::filesystem::is_directory(status);
+  const auto status = fs::status(path, error);
+  return !fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status);
 }
 
 void WriteBeside(const std::string& path,
@@ -80,22 +124,25 @@ void WriteBeside(const std::string& path,
     if (!write(path)) throw Failure(path + ": cannot be written");
     return;
   }
-  std::error_code error;
-  const auto linked = std::filesystem::canonical(path, error);
-  const std::string target = error ? path : linked.string();
+  const fs::path target = TargetOf(path);
   const std::string beside = BesidePath(target);
-  error.clear();
+  const RemovedWhenKilled guard(beside);
+  std::error_code error;
   bool isWritten = false;
   try {
     isWritten = write(beside);
-    if (isWritten) std::filesystem::rename(beside, target, error);
+    if (isWritten) {
+      const fs::file_status status = fs::status(target, error);
+      if (fs::is_regular_file(status)) fs::permissions(beside, status.permissions(), error);
+      fs::rename(beside, target, error);
+    }
   } catch (...) {
-    std::filesystem::remove_all(beside, error);
+    fs::remove_all(beside, error);
     throw;
   }
   if (isWritten && !error) return;
   const std::string reason = error ? error.message() : "cannot be written";
-  std::filesystem::remove_all(beside, error);
+  fs::remove_all(beside, error);
   throw Failure(path + ": " + reason);
 }
 
@@ -115,23 +162,27 @@ void WriteWholeFile(const std::string& path, std::string_view content) {
 }
 
 void MakeFolderOf(const std::string& path) {
-  const auto folder = std::filesystem::path(path).parent_path();
+  const auto folder = fs::path(path).parent_path();
   std::error_code error;
-  if (!folder.empty()) std::filesystem::create_directories(folder, error);
+  if (!folder.empty()) fs::create_directories(folder, error);
   if (error) throw Failure(folder.string() + ": " + error.message());
 }
 
 void CheckWritable(const std::string& path) {
   if (path == "-") return;
-  if (std::filesystem::is_directory(path)) throw Failure(path + ": is a folder, not a file");
+  if (fs::is_directory(path)) throw Failure(path + ": is a folder, not a file");
   if (!IsReplaceable(path)) return;
-  const std::string beside = BesidePath(path);
+  const std::string target = TargetOf(path);
+  if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0) {
+    throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
+  }
+  const std::string beside = BesidePath(target);
   errno = 0;
   if (!std::ofstream(beside, std::ios::binary)) {
     throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
   }
   std::error_code ignored;
-  std::filesystem::remove(beside, ignored);
+  fs::remove(beside, ignored);
 }
 
 }  // namespace Tolvek

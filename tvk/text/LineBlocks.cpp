@@ -3,14 +3,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
-#include <optional>
 #include <utility>
 
 #include "common/Fields.h"
@@ -22,23 +23,27 @@ namespace {
 
 constexpr std::size_t kReadSize = std::size_t{1} << 18U;
 
-/// Opens nothing: a named pipe may be opened once only. Returns the size of a file, else nothing.
-std::optional<std::size_t> CheckReadable(const std::string& path) {
+std::string NameOf(const std::string& path) {
+  return path == "-" ? "standard input" : path;
+}
+
+/// What the system knows of a file that can be read. Opens nothing: a named pipe may be opened once
+/// only.
+struct stat StatusOf(const std::string& path) {
   struct stat status {};
   const bool isStandardInput = path == "-";
   const int failed =
       isStandardInput ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status);
   if (failed != 0 || (!isStandardInput && ::access(path.c_str(), R_OK) != 0)) {
-    throw Failure(path + ": " + std::strerror(errno));
+    throw Failure(NameOf(path) + ": " + std::strerror(errno));
   }
-  if (S_ISDIR(status.st_mode)) throw Failure(path + ": is a folder, not a file");
-  if (!S_ISREG(status.st_mode)) return std::nullopt;
-  return static_cast<std::size_t>(status.st_size);
+  if (S_ISDIR(status.st_mode)) throw Failure(NameOf(path) + ": is a folder, not a file");
+  return status;
 }
 
 int Open(const std::string& path) {
   const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) throw Failure(path + ": " + std::strerror(errno));
+  if (file < 0) throw Failure(NameOf(path) + ": " + std::strerror(errno));
   return file;
 }
 
@@ -60,14 +65,26 @@ std::size_t PartLength(std::string_view rest, const Charset& charset) {
   }
 }
 
-LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset,
-                       std::function<bool()> isWanted, int output)
-    : _paths(std::move(paths)), _charset(charset), _isWanted(std::move(isWanted)), _output(output) {
+bool IsBlank(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), IsSpace);
+}
+
+LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset, int output)
+    : _paths(std::move(paths)),
+      _charset(charset),
+      _output(output),
+      _stopEvent(::eventfd(0, EFD_CLOEXEC)) {
+  if (_stopEvent < 0) throw Failure(std::string("no event: ") + std::strerror(errno));
+  struct stat written {};
+  const bool isFile = output >= 0 && ::fstat(output, &written) == 0 && S_ISREG(written.st_mode);
   bool isKnown = true;
   for (const std::string& path : _paths) {
-    const std::optional<std::size_t> size = CheckReadable(path);
-    isKnown = isKnown && size.has_value();
-    _totalSize += size.value_or(0);
+    const struct stat status = StatusOf(path);
+    if (isFile && status.st_dev == written.st_dev && status.st_ino == written.st_ino) {
+      throw Failure(NameOf(path) + ": is the file that is written");
+    }
+    isKnown = isKnown && S_ISREG(status.st_mode);
+    _totalSize += static_cast<std::size_t>(status.st_size);
   }
   if (!isKnown) _totalSize = 0;
   _place.line = 1;
@@ -75,6 +92,14 @@ LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset,
 
 LineBlocks::~LineBlocks() {
   Close(_file);
+  ::close(_stopEvent);
+}
+
+void LineBlocks::Stop() {
+  static constexpr std::uint64_t kOne = 1;
+  _isStopped = true;
+  while (::write(_stopEvent, &kOne, sizeof kOne) < 0 && errno == EINTR) {
+  }
 }
 
 bool LineBlocks::OpenNext() {
@@ -86,23 +111,25 @@ bool LineBlocks::OpenNext() {
 }
 
 bool LineBlocks::Read() {
-  std::array<struct pollfd, 2> watched{{{_file, POLLIN, 0}, {_output, 0, 0}}};
+  std::array<struct pollfd, 3> watched{
+      {{_file, POLLIN, 0}, {_output, 0, 0}, {_stopEvent, POLLIN, 0}}};
   while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) {
   }
-  if ((watched[1].revents & (POLLERR | POLLHUP)) != 0) return false;
+  if ((watched[1].revents & (POLLERR | POLLHUP)) != 0) _isStopped = true;
+  if (_isStopped) return false;
   const std::size_t size = _carried.size();
   _carried.resize(size + kReadSize);
   ssize_t count = 0;
   do {
     count = ::read(_file, _carried.data() + size, kReadSize);
   } while (count < 0 && errno == EINTR);
-  if (count < 0) throw Failure(_paths[_place.file] + ": " + std::strerror(errno));
+  if (count < 0) throw Failure(NameOf(_paths[_place.file]) + ": " + std::strerror(errno));
   _carried.resize(size + static_cast<std::size_t>(count));
   return count > 0;
 }
 
 bool LineBlocks::Next(LineBlock& block) {
-  while (_isWanted()) {
+  while (!_isStopped) {
     if (_file < 0 && !OpenNext()) return false;
     const std::size_t lineFeed = _carried.rfind('\n');
     if (lineFeed != std::string::npos && lineFeed >= _searched) {
@@ -115,6 +142,7 @@ bool LineBlocks::Next(LineBlock& block) {
       return true;
     }
     if (Read()) continue;
+    if (_isStopped) break;
     Close(_file);
     _file = -1;
     if (_carried.empty()) continue;
@@ -146,6 +174,7 @@ void LineBlocks::TakePart(LineBlock& block) {
   _place = place;
   _place.part = block.part + 1;
   _place.firstByte += block.bytes.size();
+  _place.isBlankBefore = place.isBlankBefore && IsBlank(block.bytes);
   _place.firstCharacter += characters.size();
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +19,9 @@ inline constexpr std::size_t kLongestPart = std::size_t{1} << 16U;
 /// characters. What lies more than three bytes behind `kLongestPart` has no influence.
 std::size_t PartLength(std::string_view rest, const Charset& charset);
 
+/// Is there nothing but white space (`IsSpace`)?
+bool IsBlank(std::string_view text);
+
 /// Is this so much of a line that its first part can be told without the rest?
 constexpr bool HasWholePart(std::size_t size) {
   return size >= kLongestPart + 4;
@@ -33,6 +36,7 @@ struct LineBlock {
   std::size_t part = 0;            ///< of the first line, from 1; 0: the line begins here
   std::size_t firstByte = 0;       ///< where in its line the block begins
   std::size_t firstCharacter = 0;  ///< the same
+  bool isBlankBefore = true;       ///< nothing but blanks and tabs before that in the line
   bool isCut = false;              ///< the line goes on in the next block
   bool isLast = false;             ///< ends the last file, without a line feed
 };
@@ -42,11 +46,10 @@ struct LineBlock {
 /// its last line.
 class LineBlocks {
  public:
-  /// Throws `Failure` when a file cannot be opened: all are tried in advance. `isWanted` is asked
-  /// from time to time; reading ends when it denies. `output` is a file descriptor, or -1: when its
-  /// reader is gone, reading ends, too.
-  LineBlocks(std::vector<std::string> paths, const Charset& charset, std::function<bool()> isWanted,
-             int output);
+  /// Throws `Failure` when a file cannot be read, which is looked at in advance, or is the one that
+  /// is written: it would never end. `output` is that file's descriptor, or -1. When nobody reads
+  /// there any more, reading ends.
+  LineBlocks(std::vector<std::string> paths, const Charset& charset, int output);
   ~LineBlocks();
   LineBlocks(const LineBlocks&) = delete;
   LineBlocks& operator=(const LineBlocks&) = delete;
@@ -57,6 +60,9 @@ class LineBlocks {
 
   /// False at the end. Throws `Failure` when reading fails.
   bool Next(LineBlock& block);
+
+  /// Ends reading, also when it waits for input. May be called on another thread.
+  void Stop();
 
  private:
   bool OpenNext();
@@ -69,8 +75,9 @@ class LineBlocks {
 
   std::vector<std::string> _paths;
   const Charset& _charset;
-  std::function<bool()> _isWanted;
   int _output;
+  int _stopEvent;  ///< can be read once reading is to end
+  std::atomic<bool> _isStopped = false;
   std::size_t _totalSize = 0;
   std::size_t _nextFile = 0;
   int _file = -1;

@@ -2,6 +2,7 @@
 #include "tvk/text/OutputFile.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -22,6 +23,13 @@ OutputFile::~OutputFile() {
   if (_file > STDERR_FILENO) ::close(_file);
 }
 
+void OutputFile::Close() {
+  if (_file <= STDERR_FILENO) return;
+  const bool isWritten = ::close(_file) == 0;
+  _file = -1;
+  if (!isWritten) throw Failure(_path + ": " + std::strerror(errno));
+}
+
 void OutputFile::Write(std::string_view bytes) {
   while (!bytes.empty() && !_isAbandoned) {
     const ssize_t written = ::write(_file, bytes.data(), bytes.size());
@@ -29,6 +37,11 @@ void OutputFile::Write(std::string_view bytes) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EPIPE) {
       _isAbandoned = true;
+    } else if (errno == EAGAIN) {  // a pipe that somebody else has set so
+      struct pollfd ready {
+        _file, POLLOUT, 0
+      };
+      ::poll(&ready, 1, -1);
     } else if (errno != EINTR) {
       throw Failure(_path + ": " + std::strerror(errno));
     }

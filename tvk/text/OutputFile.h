@@ -21,6 +21,10 @@ class OutputFile {
   /// Throws `Failure` when it cannot be written.
   void Write(std::string_view bytes);
 
+  /// To be called at the end of a file: throws `Failure` when the system tells only now that it
+  /// was not written.
+  void Close();
+
   /// Does nobody read any more? May be asked by another thread.
   bool IsAbandoned() const { return _isAbandoned; }
   /// What the system knows it by.
