@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -12,7 +13,7 @@ namespace {
 
 std::u32string CodesOf(Encoding encoding, std::string_view text) {
   std::vector<Character> characters;
-  Charset::Of(encoding).Decode(text, characters);
+  const bool isClean = Charset::Of(encoding).Decode(text, characters);
   std::u32string codes;
   std::size_t bytes = 0;
   for (const Character& character : characters) {
@@ -20,6 +21,7 @@ std::u32string CodesOf(Encoding encoding, std::string_view text) {
     bytes += character.length;
   }
   EXPECT_EQ(bytes, text.size()) << "no byte is lost";
+  EXPECT_EQ(isClean, std::none_of(codes.begin(), codes.end(), IsMalformed));
   return codes;
 }
 

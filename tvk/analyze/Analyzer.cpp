@@ -57,7 +57,7 @@ const std::vector<Token>& Analyzer::operator()(std::span<const Character> line, 
   _tokens.clear();
   if (_scratch.empty()) return _tokens;
   Analyze();
-  Align();
+  Align(line.size());
   return _tokens;
 }
 
@@ -120,7 +120,8 @@ bool Analyzer::IsGap(std::size_t at) const {
   return Segments(_task) && _text.compare(at, 2, kFullWidthSpace) == 0;
 }
 
-void Analyzer::Align() {
+void Analyzer::Align(std::size_t characters) {
+  const bool isOfSingleBytes = characters == _text.size();
   std::size_t at = 0;           // in the text
   std::uint32_t character = 0;  // the one there
   std::size_t before = 0;       // bytes of the next word that the last token has taken
@@ -147,6 +148,10 @@ void Analyzer::Align() {
     if (_text.compare(at, word.size(), word) != 0) throw std::logic_error("a word was changed");
     const std::uint32_t begin = character;
     const std::size_t end = at + word.size();
+    if (isOfSingleBytes) {
+      character += static_cast<std::uint32_t>(word.size());
+      at = end;
+    }
     while (at < end) {
       at += LengthOf(_text[at]);
       ++character;

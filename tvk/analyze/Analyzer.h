@@ -44,7 +44,8 @@ class Analyzer {
   void WriteEnglish(std::span<const Character> line);
   /// Fills `_words`, and `_tagged` if the task tags.
   void Analyze();
-  void Align();
+  /// Lays `_words` over the line's characters.
+  void Align(std::size_t characters);
 
   /// The length of the character of `_text` that begins with this byte.
   std::size_t LengthOf(char lead) const;

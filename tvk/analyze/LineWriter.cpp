@@ -89,11 +89,17 @@ void LineWriter::Append(const AnalyzedLine& line, std::string& out) const {
 
 template <class Visit>
 void LineWriter::ForEachSpan(const AnalyzedLine& line, const Visit& visit) {
+  const bool isOfSingleBytes = line.characters.size() == line.bytes.size();
   std::size_t at = 0;
   std::size_t byte = 0;
   const auto next = [&](std::size_t end) {
     Span span{at, end, byte, byte};
-    for (; at < end; ++at) byte += line.characters[at].length;
+    if (isOfSingleBytes) {
+      byte += end - at;
+    } else {
+      for (std::size_t i = at; i < end; ++i) byte += line.characters[i].length;
+    }
+    at = end;
     span.endByte = byte;
     return span;
   };
@@ -267,17 +273,12 @@ void LineWriter::AppendConllu(const AnalyzedLine& line, std::string& out) const 
 
 void LineWriter::AppendSpan(const AnalyzedLine& line, const Span& span, Escapes escapes,
                             std::string& out) const {
-  const auto characters = line.characters.subspan(span.begin, span.end - span.begin);
-  const bool isCopied = escapes == Escapes::kNone && &_from == &_to &&
-                        (_options.badBytes == BadBytes::kKeep ||
-                         std::none_of(characters.begin(), characters.end(),
-                                      [](const Character& c) { return IsMalformed(c.code); }));
-  if (isCopied) {
+  if (escapes == Escapes::kNone && !MayReplace(line)) {
     out.append(line.bytes, span.beginByte, span.endByte - span.beginByte);
     return;
   }
   std::size_t at = span.beginByte;
-  for (const Character& character : characters) {
+  for (const Character& character : line.characters.subspan(span.begin, span.end - span.begin)) {
     const bool isEscaped = escapes == Escapes::kBackslash && character.code == '\\';
     if (&_from == &_to && escapes != Escapes::kJson && !isEscaped && !IsReplaced(character.code)) {
       out.append(line.bytes, at, character.length);  // one of several codes, perhaps

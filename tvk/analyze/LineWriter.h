@@ -31,6 +31,7 @@ struct AnalyzedLine {
   bool isBlankBefore;          ///< nothing but blanks and tabs in the parts before, if any
   bool isLast;                 ///< no other part follows
   bool hasLineFeed;            ///< and there is a line feed behind it
+  bool isClean;                ///< no byte is malformed
   std::string_view bytes;      ///< without the line feed
   std::span<const Character> characters;
   std::span<const Token> tokens;
@@ -54,6 +55,8 @@ class LineWriter {
 
   /// Is the character written as something else?
   bool IsReplaced(char32_t code) const;
+  /// May any be, in a line?
+  bool MayReplace(const AnalyzedLine& line) const { return !line.isClean || &_from != &_to; }
 
   void Append(const AnalyzedLine& line, std::string& out) const;
 

@@ -66,6 +66,13 @@ struct BlockResult {
   bool isStopped = false;  ///< at the first remark that is a failure: the text ends before it
   std::size_t lines = 0;
   std::size_t bytes = 0;
+
+  void Clear() {
+    std::string memory = std::move(text);
+    memory.clear();
+    *this = {};
+    text = std::move(memory);
+  }
 };
 
 /// Does the blocks of one thread.
@@ -79,7 +86,7 @@ class BlockWorker {
         _failsOnBadBytes(badBytes == BadBytes::kFail) {}
 
   void operator()(const LineBlock& block, BlockResult& result) {
-    result = {};
+    result.Clear();
     result.bytes = block.bytes.size();
     std::string_view rest = block.bytes;
     AnalyzedLine line{};
@@ -112,9 +119,9 @@ class BlockWorker {
       line.isLast = !goesOn && length == text.size();
       if (line.part == 0 && !line.isLast) line.part = 1;
       line.bytes = text.substr(0, length);
-      _charset.Decode(line.bytes, _characters);
+      line.isClean = _charset.Decode(line.bytes, _characters);
       if (line.part == 1) result.remarks.cut.Add(place);
-      Inspect(line, place, result);
+      if (_writer.MayReplace(line)) Inspect(line, place, result);
       if (result.isStopped) return;
       line.characters = _characters;
       line.tokens = _analyzer(_characters, line.firstByte == 0);

@@ -217,12 +217,18 @@ Character Charset::First(std::string_view text) const {
   return {code != 0 ? code : kNotInUnicode + bytes, 2};
 }
 
-void Charset::Decode(std::string_view text, std::vector<Character>& characters) const {
-  characters.clear();
-  while (!text.empty()) {
-    characters.push_back(First(text));
-    text.remove_prefix(characters.back().length);
+bool Charset::Decode(std::string_view text, std::vector<Character>& characters) const {
+  characters.resize(text.size());
+  std::size_t count = 0;
+  bool isClean = true;
+  for (std::size_t at = 0; at < text.size(); ++count) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    characters[count] = byte < 0x80 ? Character{byte, 1} : First(text.substr(at));
+    at += characters[count].length;
+    isClean = isClean && !IsMalformed(characters[count].code);
   }
+  characters.resize(count);
+  return isClean;
 }
 
 bool Charset::Has(char32_t code) const {

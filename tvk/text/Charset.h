@@ -44,8 +44,9 @@ class Charset {
   bool IsUtf8() const { return _encoding == Encoding::kUtf8; }
 
   /// Replaces `characters` by those of the text. Never fails: see `kMalformed`. A lead byte without
-  /// a fitting trail byte is malformed by itself, and what follows is read anew.
-  void Decode(std::string_view text, std::vector<Character>& characters) const;
+  /// a fitting trail byte is malformed by itself, and what follows is read anew. True when no byte
+  /// is malformed.
+  bool Decode(std::string_view text, std::vector<Character>& characters) const;
 
   /// The length of the character that a text (not empty) begins with; 1 for a malformed byte.
   std::size_t LengthOfFirst(std::string_view text) const { return First(text).length; }

@@ -155,8 +155,10 @@ bool LineBlocks::Next(LineBlock& block) {
 }
 
 void LineBlocks::Take(std::size_t size, LineBlock& block) {
+  std::string bytes = std::move(block.bytes);  // for its memory
   block = _place;
-  block.bytes = _carried.substr(0, size);
+  block.bytes = std::move(bytes);
+  block.bytes.assign(_carried, 0, size);
   _carried.erase(0, size);
   _searched = 0;
   const auto lines =

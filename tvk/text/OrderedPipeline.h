@@ -1,50 +1,54 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <tbb/concurrent_queue.h>
 #include <tbb/global_control.h>
 #include <tbb/parallel_pipeline.h>
 
 #include <cstddef>
-#include <memory>
+#include <vector>
 
 namespace Tolvek {
 
 /// Reads items one after another, works on several at a time, and writes the results in the order
 /// of the items. `read(Input&)` is false at the end; `work(const Input&, Output&)` is called on up
 /// to `threads` threads; `write(const Output&)` is not called by two at once. Few items are held at
-/// a time, so memory stays bounded. Exceptions come out here.
+/// a time, and used again with the memory they have, so memory stays bounded. Exceptions come out
+/// here.
 template <class Input, class Output, class Read, class Work, class Write>
 void RunOrdered(int threads, const Read& read, const Work& work, const Write& write) {
-  if (threads <= 1) {
+  struct Item {
     Input input;
     Output output;
-    while (read(input)) {
-      work(input, output);
-      write(output);
+  };
+  if (threads <= 1) {
+    Item item;
+    while (read(item.input)) {
+      work(item.input, item.output);
+      write(item.output);
     }
     return;
   }
   const auto count = static_cast<std::size_t>(threads);
   const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, count);
+  std::vector<Item> items(3 * count);
+  tbb::concurrent_queue<Item*> idle;
+  for (Item& item : items) idle.push(&item);
   using tbb::filter_mode;
   tbb::parallel_pipeline(
-      3 * count, tbb::make_filter<void, std::shared_ptr<Input>>(filter_mode::serial_in_order,
-                                                                [&](tbb::flow_control& control) {
-                                                                  auto input =
-                                                                      std::make_shared<Input>();
-                                                                  if (!read(*input)) control.stop();
-                                                                  return input;
-                                                                }) &
-                     tbb::make_filter<std::shared_ptr<Input>, std::shared_ptr<Output>>(
-                         filter_mode::parallel,
-                         [&](const std::shared_ptr<Input>& input) {
-                           auto output = std::make_shared<Output>();
-                           work(*input, *output);
-                           return output;
-                         }) &
-                     tbb::make_filter<std::shared_ptr<Output>, void>(
-                         filter_mode::serial_in_order,
-                         [&](const std::shared_ptr<Output>& output) { write(*output); }));
+      items.size(),
+      tbb::make_filter<void, Item*>(filter_mode::serial_in_order, [&](tbb::flow_control& control) {
+        Item* item = nullptr;
+        // As many items are under way at most as there are.
+        if (!idle.try_pop(item) || !read(item->input)) control.stop();
+        return item;
+      }) & tbb::make_filter<Item*, Item*>(filter_mode::parallel, [&](Item* item) {
+        work(item->input, item->output);
+        return item;
+      }) & tbb::make_filter<Item*, void>(filter_mode::serial_in_order, [&](Item* item) {
+        write(item->output);
+        idle.push(item);
+      }));
 }
 
 }  // namespace Tolvek
