@@ -99,7 +99,7 @@ TEST_F(ModelsTest, FailuresNameTheFile) {
           .ends_with("./binarySegModel: the tag M is missing: not a model of segmentation"));
   Put("binaryPosModel", "title\n1\n1/a\n1\nN N\n1 0\n1\n0.5\n");
   Put("Dict", "0\n0\n");
-  EXPECT_EQ(error(Task::kPos), "./binaryPosModel: the tag \"N N\" holds white space");
+  EXPECT_EQ(error(Task::kPos), "./binaryPosModel: a tag holds white space: \"N N\"");
   Put("Dict", "1\n");
   EXPECT_NE(error(Task::kPos).find("./binaryPosModel or ./Dict: cut or malformed"),
             std::string::npos)

@@ -80,7 +80,7 @@ void CheckTags(const Scorer& scorer, const std::string& path) {
   for (int tag = 0; tag < scorer.GetPosSize(); ++tag) {
     const std::string name = scorer.GetPos(tag);
     if (std::any_of(name.begin(), name.end(), IsSpace)) {
-      throw Failure(path + ": the tag \"" + name + "\" holds white space");
+      throw Failure(path + ": a tag holds white space: \"" + name + '"');
     }
   }
 }

@@ -52,7 +52,7 @@ class RemovedWhenKilled {
       ::sigaction(number, nullptr, &action);
       if (action.sa_handler != SIG_DFL) continue;  // ignored, as by nohup
       action.sa_handler = Remove;
-      action.sa_flags = SA_RESETHAND;
+      action.sa_flags = static_cast<int>(SA_RESETHAND);
       ::sigaction(number, &action, nullptr);
     }
   }
