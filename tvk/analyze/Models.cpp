@@ -75,14 +75,15 @@ std::vector<std::string> UsualFolders() {
   return folders;
 }
 
+/// Output and the core's own text would not tell where such a tag ends.
+void RefuseSpaceIn(const std::string& tag, const std::string& path) {
+  if (std::none_of(tag.begin(), tag.end(), IsSpace)) return;
+  throw Failure(path + ": a tag holds white space: \"" + tag + '"');
+}
+
 template <class Scorer>
 void CheckTags(const Scorer& scorer, const std::string& path) {
-  for (int tag = 0; tag < scorer.GetPosSize(); ++tag) {
-    const std::string name = scorer.GetPos(tag);
-    if (std::any_of(name.begin(), name.end(), IsSpace)) {
-      throw Failure(path + ": a tag holds white space: \"" + name + '"');
-    }
-  }
+  for (int tag = 0; tag < scorer.GetPosSize(); ++tag) RefuseSpaceIn(scorer.GetPos(tag), path);
 }
 
 }  // namespace
