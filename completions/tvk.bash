@@ -23,6 +23,12 @@ _tvk_values() {
 _tvk() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local -a command=("${COMP_WORDS[0]}")
+  # "--format=" and what follows come as three words.
+  if [[ $current == = ]]; then
+    current=
+  elif [[ $previous == = && $COMP_CWORD -gt 1 ]]; then
+    previous=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
   local help i names values
   help=$("${command[@]}" --help 2>/dev/null) || return
   for ((i = 1; i < COMP_CWORD; ++i)); do

@@ -63,6 +63,8 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", std::string("tvk ") + TVK_VERSION);
   app.require_subcommand(1);
   app.get_formatter()->column_width(34);
+  app.get_formatter()->label("TEXT", "PATH");
+  app.get_formatter()->label("REQUIRED", "(required)");
 
   Tolvek::Action action;
   Tolvek::AddAnalyze(app, action);

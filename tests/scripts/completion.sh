@@ -32,6 +32,8 @@ check() {
 check "seg segpos" s
 check "seg segpos pos tok tokpos *train*" ""
 check "text tsv jsonl conllu" seg --format ""
+check "text tsv jsonl conllu" seg --format =
+check "tsv" seg --format = ts
 check "keep" tok --on-bad-bytes k
 check "--keep-spaces" segpos --k
 check "--dev --dev-every --discount" train seg --d

@@ -1160,6 +1160,10 @@ TEST_F(Analyze, FileNamesMayHaveBrackets) {
 
 TEST_F(Analyze, PartsOfLongLinesDoNotShow) {
   EXPECT_EQ(OutputOf("seg", std::string(70'000, ' ') + "我\n"), "我\n");
+  EXPECT_EQ(OutputOf("seg", "\uFEFF" + std::string(70'000, ' ') + "我\n"), "我\n");
+  std::string spaces;
+  for (int i = 0; i < 22'000; ++i) spaces += "\u3000";
+  EXPECT_EQ(OutputOf("seg", spaces + "我\n"), "我\n");
   // A byte-order mark is white space at the beginning of a line only.
   const std::string filling(65'536, 'a');
   EXPECT_EQ(OutputOf("tok", filling + "\uFEFFb\n"), filling + " \uFEFFb\n");
@@ -1193,6 +1197,32 @@ TEST_F(Analyze, TheLastFileTellsWhetherALineFeedEndsAll) {
   EXPECT_EQ(OutputOf("seg --keep-spaces a b"), "我\n你");
   Put("empty", "");
   EXPECT_EQ(OutputOf("seg --keep-spaces a empty"), "我\n");
+}
+
+TEST_F(Analyze, WhatIsOpenAlreadyIsAddedTo) {
+  Put("a", "我\n");
+  for (const char* out : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
+    Put("log", "start\n");
+    EXPECT_EQ(RunShell("exec >>log; " + Tvk(std::string("seg a -o ") + out) + "; echo end"), 0);
+    EXPECT_EQ(Get("log"), "start\n我\nend\n") << out;
+  }
+}
+
+TEST_F(Analyze, WhatWasReadBeforeAFailureIsWritten) {
+  Put("a", "我\n");
+  for (const char* threads : {"1", "2"}) {
+    EXPECT_EQ(Run(std::string("seg a a a a a a /proc/self/mem -j ") + threads), 1);
+    EXPECT_EQ(_out, "我\n我\n我\n我\n我\n我\n") << threads;
+    EXPECT_NE(_err.find("/proc/self/mem: "), std::string::npos) << _err;
+  }
+}
+
+TEST_F(Analyze, AnOutputThatCannotBeIsToldBeforeTheWork) {
+  fs::create_directory("folder");
+  EXPECT_EQ(Run("seg none -o folder"), 1);
+  EXPECT_EQ(_err, "tvk: folder: is a folder, not a file\n");
+  EXPECT_EQ(Run("seg none -o nowhere/result"), 1);
+  EXPECT_EQ(_err, "tvk: nowhere/result: cannot be written (No such file or directory)\n");
 }
 
 TEST_F(Analyze, TheOutputIsNoInput) {

@@ -93,11 +93,12 @@ TEST_F(Commands, VersionTellsOfTheBuildAndTheModels) {
   const std::string data = PROJECT_DIR "/data";
   EXPECT_EQ(Run("version --data " + data), 0) << _err;
   EXPECT_TRUE(_out.starts_with("tvk ")) << _out;
-  for (const char* part :
-       {"\ncompiler  ", "\nbuild     ", "\noneTBB    20", "  binarySegLM, ", "  EngDict, "}) {
+  for (const std::string& part :
+       {std::string("\ncompiler  "), std::string("\nbuild     "), std::string("\noneTBB    20"),
+        "\nchinese   " + data + "\n", "\nenglish   " + data + "\n", std::string("  binarySegLM, "),
+        std::string("  EngDict, ")}) {
     EXPECT_NE(_out.find(part), std::string::npos) << part << " in\n" << _out;
   }
-  EXPECT_NE(_out.find("\nmodels    " + data + "\n"), std::string::npos) << _out;
   EXPECT_EQ(Run("version"), 0) << _err;
   EXPECT_EQ(Run("version --data none"), 1);
   EXPECT_NE(_err.find("looked for in: none (--data)"), std::string::npos) << _err;
@@ -106,14 +107,15 @@ TEST_F(Commands, VersionTellsOfTheBuildAndTheModels) {
   Put("models/abbtitle", "0\n0\n");
   EXPECT_EQ(Run("version --json --data models"), 0) << _err;
   const auto document = nlohmann::json::parse(_out);
-  EXPECT_EQ(document["data"], "models");
-  ASSERT_EQ(document["models"].size(), 1U) << "only what is there";
-  EXPECT_EQ(document["models"][0]["name"], "abbtitle");
-  EXPECT_EQ(document["models"][0]["bytes"], 4);
-  const std::string fingerprint = document["models"][0]["fingerprint"];
+  EXPECT_EQ(document["chinese"]["folder"], nullptr);
+  EXPECT_EQ(document["english"]["folder"], "models");
+  ASSERT_EQ(document["english"]["files"].size(), 1U) << "only what is there";
+  const auto& file = document["english"]["files"][0];
+  EXPECT_EQ(file["name"], "abbtitle");
+  EXPECT_EQ(file["bytes"], 4);
   Put("models/abbtitle", "0\n1\n");
   EXPECT_EQ(Run("version --json --data models"), 0) << _err;
-  EXPECT_NE(nlohmann::json::parse(_out)["models"][0]["fingerprint"], fingerprint);
+  EXPECT_NE(nlohmann::json::parse(_out)["english"]["files"][0]["fingerprint"], file["fingerprint"]);
 }
 
 TEST_F(Commands, ConvertTurnsModelsBinary) {

@@ -90,7 +90,7 @@ TEST_F(ModelsTest, FailuresNameTheFile) {
   };
   EXPECT_EQ(error(Task::kSeg),
             "Can not open the Model File: ./binarySource\n"
-            "./binarySource: cannot be loaded (what is wrong, tells: tvk check .)");
+            "./binarySource: cannot be loaded (tvk check . tells what is wrong)");
   Put("binarySource", std::string(16, '\0'));
   Put("binarySegLM", "\\data\\\nngram 1=1\n\n\\1-grams:\n-1\t<unk>\n\n\\end\\\n");
   Put("binarySegModel", "title\n1\n1/a\n2\nB\nS\n2 0 1\n2\n0.5\n-0.25\n");

@@ -37,6 +37,17 @@ TEST(Progress, RewritesALineOfATerminal) {
   EXPECT_EQ(std::count(all.begin(), all.end(), '\r'), 2);
 }
 
+TEST(Progress, EndsItsLineWhenTheWorkFails) {
+  std::ostringstream out;
+  {
+    Progress progress(&out, true, "tvk", 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    progress.Add(1, 1);
+    EXPECT_TRUE(out.str().ends_with("\x1B[K")) << out.str();
+  }
+  EXPECT_TRUE(out.str().ends_with("\x1B[K\n")) << out.str();
+}
+
 TEST(Progress, KeepsQuietWithoutAStream) {
   Progress progress(nullptr, true, "tvk", 1);
   progress.Add(1, 1);

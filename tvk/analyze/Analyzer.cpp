@@ -28,7 +28,7 @@ bool IsByteOrderMark(const Character& character) {
 }  // namespace
 
 Analyzer::Analyzer(Task task, const Models& models, const Folding& folding)
-    : _task(task), _models(models), _folding(folding), _gbk(Charset::Of(Encoding::kGbk)) {
+    : _task(task), _models(models), _folding(folding) {
   if (Segments(task)) {
     _segmentor.emplace(models.segmentation.get(), models.characters.get(),
                        LexSegPos::kLanguageModelWeight, LexSegPos::kOrder);

@@ -55,7 +55,6 @@ class Analyzer {
   Task _task;
   const Models& _models;
   const Folding& _folding;
-  const Charset& _gbk;
   std::optional<Segmentor> _segmentor;
   std::optional<PosTagger> _chineseTagger;
   std::optional<EngPosTagger> _englishTagger;

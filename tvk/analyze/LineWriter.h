@@ -28,7 +28,7 @@ struct AnalyzedLine {
   std::size_t part;            ///< 0 for a whole line, else the part's number, from 1
   std::size_t firstByte;       ///< where in the line the part begins
   std::size_t firstCharacter;  ///< the same
-  bool isBlankBefore;          ///< nothing but blanks and tabs in the parts before, if any
+  bool isBlankBefore;          ///< nothing but white space in the parts before, if any
   bool isLast;                 ///< no other part follows
   bool hasLineFeed;            ///< and there is a line feed behind it
   bool isClean;                ///< no byte is malformed

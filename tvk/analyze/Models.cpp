@@ -6,48 +6,18 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <stdexcept>
-#include <streambuf>
 #include <string_view>
 
 #include "common/Fields.h"
 #include "tvk/text/Failure.h"
+#include "tvk/text/WithoutAnnouncements.h"
 
 namespace Tolvek {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Keeps the announcements of the core's loaders ("... Initializing ... ", "done") from the
-/// standard error stream and lets everything else through at once: some loaders end the program.
-class WithoutAnnouncements : private std::streambuf {
- public:
-  WithoutAnnouncements() : _before(std::cerr.rdbuf(this)) {}
-  ~WithoutAnnouncements() override { std::cerr.rdbuf(_before); }
-  WithoutAnnouncements(const WithoutAnnouncements&) = delete;
-  WithoutAnnouncements& operator=(const WithoutAnnouncements&) = delete;
-
- private:
-  std::streamsize xsputn(const char* text, std::streamsize size) override {
-    const std::string_view piece(text, static_cast<std::size_t>(size));
-    const bool isDone = piece == "done";
-    _dropsLineEnd = isDone;
-    if (isDone || piece.ends_with(" Initializing ... ")) return size;
-    return _before->sputn(text, size);
-  }
-  int_type overflow(int_type byte) override {
-    const bool isDropped = _dropsLineEnd && byte == '\n';
-    _dropsLineEnd = false;
-    if (isDropped || byte == traits_type::eof()) return traits_type::not_eof(byte);
-    return _before->sputc(traits_type::to_char_type(byte));
-  }
-  int sync() override { return _before->pubsync(); }
-
-  std::streambuf* _before;
-  bool _dropsLineEnd = false;
-};
 
 /// Some faults of a model end the core's loaders, after their message, by `std::abort`. While this
 /// lives, that is a failure like others: status 1.
@@ -83,6 +53,7 @@ void RefuseSpaceIn(const std::string& tag, const std::string& path) {
 
 template <class Scorer>
 void CheckTags(const Scorer& scorer, const std::string& path) {
+  if (scorer.GetPosSize() == 0) throw Failure(path + ": holds no tags: cut or malformed");
   for (int tag = 0; tag < scorer.GetPosSize(); ++tag) RefuseSpaceIn(scorer.GetPos(tag), path);
 }
 
@@ -143,7 +114,7 @@ Models::Models(Task task, const std::string& folder) {
   const auto inFolder = [&](const char* name) { return (fs::path(folder) / name).string(); };
   // The core loads some files by twos; its own message tells which one it is.
   const auto load = [&](const std::string& paths, const std::function<bool()>& loadFiles) {
-    const std::string advice = " (what is wrong, tells: tvk check " + folder + ")";
+    const std::string advice = " (tvk check " + folder + " tells what is wrong)";
     try {
       if (loadFiles()) return;
     } catch (const std::out_of_range&) {

@@ -2,6 +2,7 @@
 #include "tvk/analyze/Run.h"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <ostream>
@@ -126,7 +127,7 @@ class BlockWorker {
       line.characters = _characters;
       line.tokens = _analyzer(_characters, line.firstByte == 0);
       _writer.Append(line, result.text);
-      line.isBlankBefore = line.isBlankBefore && IsBlank(line.bytes);
+      line.isBlankBefore = line.isBlankBefore && IsBlank(_characters);
       text.remove_prefix(length);
       ++line.part;
       line.firstByte += length;
@@ -241,6 +242,7 @@ void RunTask(const RunOptions& options) {
   const LineWriter writer(
       {options.format, options.keepsSpaces, Tags(options.task), options.badBytes}, from,
       Charset::Of(options.outputEncoding.value_or(options.encoding)));
+  CheckWritable(options.output);
   // Before anything of the output is made.
   const Models models(options.task, FindResources(options.data, ResourcesOf(options.task)));
   const Folding folding(options.folds);
@@ -256,6 +258,7 @@ void RunTask(const RunOptions& options) {
                       blocks.TotalSize());
     const Reporter reporter(blocks.Paths(), from, writer.Target());
     Remarks remarks;
+    std::exception_ptr readFailure;
     // A failure must not wait for input that may never come.
     const auto stopsAtFailure = [&](const auto& step) {
       try {
@@ -266,7 +269,15 @@ void RunTask(const RunOptions& options) {
       }
     };
     RunOrdered<LineBlock, BlockResult>(
-        options.threads, [&](LineBlock& block) { return blocks.Next(block); },
+        options.threads,
+        [&](LineBlock& block) {
+          try {
+            return blocks.Next(block);
+          } catch (...) {  // what was read before is finished first
+            readFailure = std::current_exception();
+            return false;
+          }
+        },
         [&](const LineBlock& block, BlockResult& result) {
           stopsAtFailure([&] { workers(block, result); });
         },
@@ -279,9 +290,10 @@ void RunTask(const RunOptions& options) {
             if (result.isStopped) reporter.Fail(result.remarks);
           });
         });
+    if (readFailure) std::rethrow_exception(readFailure);
     output.Close();
     progress.End();
-    if (!options.isQuiet) reporter.Warn(remarks, options.badBytes, *options.messages);
+    if (options.messages != nullptr) reporter.Warn(remarks, options.badBytes, *options.messages);
     return true;
   };
   if (options.output == "-") {

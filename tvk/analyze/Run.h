@@ -25,10 +25,9 @@ struct RunOptions {
   bool folds = true;
   int threads = 1;
   std::optional<std::string> data;
-  bool isQuiet = false;  ///< no warnings
   bool showsProgress = false;
-  bool isTerminal = false;  ///< is `messages` one?
-  std::ostream* messages = nullptr;
+  bool isTerminal = false;           ///< is `messages` one?
+  std::ostream* messages = nullptr;  ///< for warnings and progress; null: none
 };
 
 /// Does a task on all lines of the inputs, in order. The result is the same at any number of

@@ -37,6 +37,7 @@ constexpr TaskHelp kTasks[] = {
 struct Options {
   RunOptions run;
   std::optional<bool> progress;  ///< not given: where it helps
+  bool isQuiet = false;
 };
 
 const std::vector<std::pair<std::string, std::optional<Encoding>>>& OutputNames() {
@@ -64,12 +65,11 @@ void Check(const RunOptions& run) {
 void Run(Options& options) {
   RunOptions& run = options.run;
   std::signal(SIGPIPE, SIG_IGN);  // `OutputFile` takes care of it
-  run.messages = &std::cerr;
-  if (run.output == "/dev/stdout") run.output = "-";  // which may be a file that is added to
+  run.messages = options.isQuiet ? nullptr : &std::cerr;
   run.isTerminal = ::isatty(STDERR_FILENO) != 0;
   // Beside a result that scrolls by on the same terminal progress would be in the way.
   const bool isInTheWay = run.output == "-" && ::isatty(STDOUT_FILENO) != 0;
-  run.showsProgress = options.progress.value_or(run.isTerminal && !isInTheWay && !run.isQuiet);
+  run.showsProgress = !options.isQuiet && options.progress.value_or(run.isTerminal && !isInTheWay);
   RunTask(run);
 }
 
@@ -114,7 +114,7 @@ void AddAnalyze(CLI::App& parent, Action& action) {
         "Report progress on the standard error stream; by default on a terminal");
     command->add_flag_callback(
         "--no-progress", [options] { options->progress = false; }, "Don't report progress");
-    command->add_flag("-q,--quiet", run.isQuiet, "No progress and no warnings");
+    command->add_flag("-q,--quiet", options->isQuiet, "No progress and no warnings");
     command->callback([&action, options] {
       Check(options->run);
       action = [options] { Run(*options); };

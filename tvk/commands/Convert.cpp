@@ -13,6 +13,7 @@
 #include "model/MeModel.h"
 #include "model/Ngram.h"
 #include "model/Vocab.h"
+#include "tvk/check/Limits.h"
 #include "tvk/commands/Command.h"
 #include "tvk/convert/TextForms.h"
 #include "tvk/text/Failure.h"
@@ -55,6 +56,8 @@ class AsData {
 
 /// Writes `paths.to` with a converter of the core, whose range errors mean malformed input.
 void Convert(const Paths& paths, const std::function<bool(const std::string& to)>& convert) {
+  if (paths.to == "-")
+    throw Failure("a binary resource goes to a file, not to the standard output");
   CheckWritable(paths.to);
   try {
     WriteBeside(paths.to, convert);
@@ -64,9 +67,12 @@ void Convert(const Paths& paths, const std::function<bool(const std::string& to)
 }
 
 void CheckReadable(const std::string& path) {
-  if (!std::ifstream(path) || std::filesystem::is_directory(path)) {
-    throw Failure(path + ": cannot be read");
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw Failure(path + ": is no file (it is read more than once)");
   }
+  if (!std::ifstream(path)) throw Failure(path + ": cannot be read");
 }
 
 void ConvertMe(const Paths& paths) {
@@ -87,7 +93,6 @@ void ConvertLm(const Paths& paths) {
     return;
   }
   Convert(paths, [&](const std::string& to) {
-    static constexpr int kHighestOrder = 9;  // of the format
     Vocab vocab;
     return Ngram(&vocab, kHighestOrder).ConvertToBinaryFile(paths.from.c_str(), to.c_str()) == 1;
   });

@@ -15,6 +15,7 @@
 #include "tvk/commands/TagOptions.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/text/WithoutAnnouncements.h"
 #include "tvk/train/TeacherFeatures.h"
 
 namespace Tolvek {
@@ -36,21 +37,6 @@ TagRecipe DefaultRecipe() {
   recipe.weightThreshold = 0.1;
   return recipe;
 }
-
-/// Silences the standard error stream as long as it lives, if asked to: the core tells there that
-/// it loads models.
-class Silence {
- public:
-  explicit Silence(bool isOn) : _before(std::cerr.rdbuf()) {
-    if (isOn) std::cerr.rdbuf(nullptr);
-  }
-  ~Silence() { std::cerr.rdbuf(_before); }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-
- private:
-  std::streambuf* _before;
-};
 
 /// The segmenter that the tagger works behind.
 class SegmenterOfFolder {
@@ -94,7 +80,8 @@ class SegmenterOfFolder {
   /// The models are loaded when they are needed first.
   std::string SegmentGbk(std::string line) {
     if (!_isLoaded) {
-      const Silence silence(_quiet);
+      std::optional<WithoutAnnouncements> silence;
+      if (_quiet) silence.emplace();
       if (!_scorer.Initialize(_folder + "/binarySegLM", _folder + "/binarySegModel")) {
         throw Failure(_folder + ": no models of the segmenter (see tvk train seg)");
       }

@@ -3,10 +3,11 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
+#include <system_error>
 
 #include "tvk/analyze/Models.h"
 #include "tvk/commands/Command.h"
@@ -29,32 +30,30 @@ struct ResourceFile {
   std::string fingerprint;
 };
 
-/// What is installed where the tasks look for their models.
+/// Where the tasks of a language find their models.
 struct Resources {
-  std::string folder;  ///< empty: none was found
+  std::string language;
+  std::string folder;   ///< empty: nowhere
+  std::string failure;  ///< why
   std::vector<ResourceFile> files;
 };
 
-Resources FindAll(const std::optional<std::string>& data) {
-  Resources found;
-  for (const Task task : {Task::kPos, Task::kTok}) {
-    try {
-      found.folder = FindResources(data, {ResourcesOf(task).front()});
-      break;
-    } catch (const Failure&) {
-      if (data && task == Task::kTok) throw;
-    }
+Resources Find(const std::string& language, Task task, const std::optional<std::string>& data) {
+  Resources found{language, "", "", {}};
+  try {
+    found.folder = FindResources(data, {ResourcesOf(task).front()});
+  } catch (const Failure& failure) {
+    found.failure = failure.what();
+    return found;
   }
-  if (found.folder.empty()) return found;
-  for (const Task task : {Task::kSegpos, Task::kTokpos}) {
-    for (const std::string& name : ResourcesOf(task)) {
-      const std::string path = (std::filesystem::path(found.folder) / name).string();
-      if (!std::filesystem::is_regular_file(path)) continue;
-      const std::string content = ReadWholeFile(path);
-      Fingerprint fingerprint;
-      fingerprint.Add(content);
-      found.files.push_back({name, content.size(), fingerprint.Text()});
-    }
+  for (const std::string& name : ResourcesOf(task)) {
+    const std::string path = (std::filesystem::path(found.folder) / name).string();
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) continue;
+    const std::string content = ReadWholeFile(path);
+    Fingerprint fingerprint;
+    fingerprint.Add(content);
+    found.files.push_back({name, content.size(), fingerprint.Text()});
   }
   return found;
 }
@@ -67,41 +66,53 @@ std::string Compiler() {
 #endif
 }
 
-void Run(const Options& options) {
-  const Resources resources = FindAll(options.data);
-  const std::string tbb =
-      std::to_string(TBB_VERSION_MAJOR) + "." + std::to_string(TBB_VERSION_MINOR);
-  if (options.json) {
-    nlohmann::ordered_json files = nlohmann::ordered_json::array();
+std::string Json(const std::vector<Resources>& all, const std::string& tbb) {
+  nlohmann::ordered_json document{
+      {"version", TVK_VERSION}, {"compiler", Compiler()}, {"build", TVK_BUILD}, {"onetbb", tbb}};
+  for (const Resources& resources : all) {
+    nlohmann::ordered_json& models = document[resources.language];
+    models["folder"] = nullptr;
+    if (!resources.folder.empty()) models["folder"] = resources.folder;
+    models["files"] = nlohmann::ordered_json::array();
     for (const ResourceFile& file : resources.files) {
-      files.push_back(
+      models["files"].push_back(
           {{"name", file.name}, {"bytes", file.bytes}, {"fingerprint", file.fingerprint}});
     }
-    nlohmann::ordered_json document{{"version", TVK_VERSION}, {"compiler", Compiler()},
-                                    {"build", TVK_BUILD},     {"onetbb", tbb},
-                                    {"data", nullptr},        {"models", files}};
-    if (!resources.folder.empty()) document["data"] = resources.folder;
-    std::cout << document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-    return;
   }
-  std::cout << "tvk " << TVK_VERSION << "\ncompiler  " << Compiler() << "\nbuild     " << TVK_BUILD
-            << "\noneTBB    " << tbb << "\nmodels    "
-            << (resources.folder.empty() ? "none found (see tvk seg --help, --data)"
-                                         : resources.folder)
-            << '\n';
-  for (const ResourceFile& file : resources.files) {
-    std::cout << "          " << file.fingerprint << "  " << file.name << ", " << file.bytes
-              << " bytes\n";
+  return document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+std::string Text(const std::vector<Resources>& all, const std::string& tbb) {
+  std::ostringstream text;
+  text << "tvk " << TVK_VERSION << "\ncompiler  " << Compiler() << "\nbuild     " << TVK_BUILD
+       << "\noneTBB    " << tbb << '\n';
+  for (const Resources& resources : all) {
+    text << resources.language << "   "
+         << (resources.folder.empty() ? resources.failure : resources.folder) << '\n';
+    for (const ResourceFile& file : resources.files) {
+      text << "          " << file.fingerprint << "  " << file.name << ", " << file.bytes
+           << " bytes\n";
+    }
   }
+  return text.str();
+}
+
+void Run(const Options& options) {
+  const std::vector<Resources> all{Find("chinese", Task::kSegpos, options.data),
+                                   Find("english", Task::kTokpos, options.data)};
+  if (options.data && all[0].folder.empty() && all[1].folder.empty()) throw Failure(all[0].failure);
+  const std::string tbb =
+      std::to_string(TBB_VERSION_MAJOR) + "." + std::to_string(TBB_VERSION_MINOR);
+  WriteWholeFile("-", options.json ? Json(all, tbb) : Text(all, tbb));
 }
 
 }  // namespace
 
 void AddVersion(CLI::App& parent, Action& action) {
-  auto* command = parent.add_subcommand("version",
-                                        "Tell how tvk was built, and which models it finds: their "
-                                        "sizes, and fingerprints (FNV-1a of 64 "
-                                        "bits) that tell equal files from others");
+  auto* command = parent.add_subcommand(
+      "version",
+      "Tell how tvk was built, and which models it finds: their sizes, and fingerprints that tell "
+      "equal files from others");
   const auto options = std::make_shared<Options>();
   command->add_option("--data", options->data, "Folder with the models")->type_name("DIR");
   command->add_flag("--json", options->json, "Write it as JSON");

@@ -19,6 +19,7 @@
 #include "common/Globals.h"
 #include "common/ResourceFile.h"
 #include "model/Vocab.h"
+#include "tvk/check/Limits.h"
 #include "tvk/text/Encoding.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
@@ -27,9 +28,6 @@
 namespace Tolvek {
 
 namespace {
-
-/// What the core's converters take as one line, without its line feed.
-constexpr std::size_t kLongestLine = 254;
 
 /// Reads field by field; whatever is not there as expected is a `Failure` that says where.
 class StrictReader {
@@ -268,7 +266,6 @@ std::string MaxEntText(const std::string& path) {
 }
 
 std::string Arpa(const std::string& path) {
-  static constexpr std::int32_t kHighestOrder = 9;
   StrictReader file(path);
   file.Header();
   const FlatMap<std::int32_t, std::string> words = Words(file);

@@ -31,21 +31,29 @@ std::string BesidePath(const std::string& path) {
   return path + ".tmp" + std::to_string(::getpid());
 }
 
-/// What is written by this name: where links point to.
+/// Is this a name for something that is open already, such as /proc/self/fd/1?
+bool IsDescriptor(const fs::path& path) {
+  std::error_code error;
+  const fs::path folder = fs::weakly_canonical(fs::absolute(path, error).parent_path(), error);
+  return folder.string().starts_with("/proc/");
+}
+
+/// What is written by this name: where links lead to, but for those that name a descriptor.
 fs::path TargetOf(fs::path path) {
   static constexpr int kMostLinks = 40;
   std::error_code error;
   for (int links = 0; links < kMostLinks && fs::is_symlink(path, error); ++links) {
+    if (IsDescriptor(path)) break;
     path = path.parent_path() / fs::read_symlink(path, error);
   }
-  return path;
+  return fs::absolute(path, error);
 }
 
-/// Removes a file when a signal ends the program. One at a time.
+/// Removes a file when a signal ends the program; of several, the one that was named first.
 class RemovedWhenKilled {
  public:
-  explicit RemovedWhenKilled(const std::string& path) {
-    if (path.size() >= sizeof _path) return;
+  explicit RemovedWhenKilled(const std::string& path) : _isFirst(_path[0] == '\0') {
+    if (!_isFirst || path.size() >= sizeof _path) return;
     std::memcpy(_path, path.c_str(), path.size() + 1);
     for (const int number : kSignals) {
       struct sigaction action {};
@@ -56,7 +64,9 @@ class RemovedWhenKilled {
       ::sigaction(number, &action, nullptr);
     }
   }
-  ~RemovedWhenKilled() { _path[0] = '\0'; }
+  ~RemovedWhenKilled() {
+    if (_isFirst) _path[0] = '\0';
+  }
   RemovedWhenKilled(const RemovedWhenKilled&) = delete;
   RemovedWhenKilled& operator=(const RemovedWhenKilled&) = delete;
 
@@ -70,13 +80,15 @@ class RemovedWhenKilled {
   }
 
   static inline char _path[PATH_MAX] = "";
+  bool _isFirst;
 };
 
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
   if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  if (fs::is_directory(path)) throw Failure(path + ": is a folder, not a file");
+  std::error_code ignored;
+  if (fs::is_directory(path, ignored)) throw Failure(path + ": is a folder, not a file");
   errno = 0;
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure(path + ": " + ReasonOf(errno));
@@ -114,7 +126,9 @@ std::vector<std::string_view> SplitAtBlanks(std::string_view line) {
 
 bool IsReplaceable(const std::string& path) {
   std::error_code error;
-  const auto status = fs::status(path, error);
+  const fs::path target = TargetOf(path);
+  if (IsDescriptor(target)) return false;
+  const auto status = fs::status(target, error);
   return !fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status);
 }
 
@@ -156,7 +170,9 @@ void WriteWholeFile(const std::string& path, std::string_view content) {
     return;
   }
   WriteBeside(path, [&](const std::string& beside) {
-    std::ofstream out(beside, std::ios::binary);
+    // What is open already is added to: a file may stand behind it.
+    std::ofstream out(beside,
+                      std::ios::binary | (IsReplaceable(path) ? std::ios::trunc : std::ios::app));
     return out && writeTo(out);
   });
 }
@@ -169,11 +185,12 @@ void MakeFolderOf(const std::string& path) {
 }
 
 void CheckWritable(const std::string& path) {
+  std::error_code ignored;
   if (path == "-") return;
-  if (fs::is_directory(path)) throw Failure(path + ": is a folder, not a file");
+  if (fs::is_directory(path, ignored)) throw Failure(path + ": is a folder, not a file");
   if (!IsReplaceable(path)) return;
   const std::string target = TargetOf(path);
-  if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0) {
+  if (fs::exists(target, ignored) && ::access(target.c_str(), W_OK) != 0) {
     throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
   }
   const std::string beside = BesidePath(target);
@@ -181,7 +198,6 @@ void CheckWritable(const std::string& path) {
   if (!std::ofstream(beside, std::ios::binary)) {
     throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
   }
-  std::error_code ignored;
   fs::remove(beside, ignored);
 }
 

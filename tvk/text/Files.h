@@ -18,7 +18,8 @@ std::vector<std::string_view> SplitLines(std::string_view text);
 /// The pieces of a line between blanks, tabs and carriage returns.
 std::vector<std::string_view> SplitAtBlanks(std::string_view line);
 
-/// Is there nothing at this path, a file or a folder? A pipe or a device is not to be replaced.
+/// Is there nothing at this path, a file or a folder? A pipe or a device is not to be replaced, nor
+/// what is open already (/dev/stdout, /dev/fd/3), which has to be added to.
 bool IsReplaceable(const std::string& path);
 
 /// Writes `path`, a file or a folder, by way of one beside it that is renamed at the end, so that

@@ -65,16 +65,18 @@ std::size_t PartLength(std::string_view rest, const Charset& charset) {
   }
 }
 
-bool IsBlank(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), IsSpace);
+bool IsBlank(std::span<const Character> text) {
+  static constexpr char32_t kByteOrderMark = 0xFEFF;
+  static constexpr char32_t kFullWidthSpace = 0x3000;
+  return std::all_of(text.begin(), text.end(), [](const Character& character) {
+    const char32_t code = character.code;
+    return code == kByteOrderMark || code == kFullWidthSpace ||
+           (code < 0x80 && IsSpace(static_cast<char>(code)));
+  });
 }
 
 LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset, int output)
-    : _paths(std::move(paths)),
-      _charset(charset),
-      _output(output),
-      _stopEvent(::eventfd(0, EFD_CLOEXEC)) {
-  if (_stopEvent < 0) throw Failure(std::string("no event: ") + std::strerror(errno));
+    : _paths(std::move(paths)), _charset(charset), _output(output) {
   struct stat written {};
   const bool isFile = output >= 0 && ::fstat(output, &written) == 0 && S_ISREG(written.st_mode);
   bool isKnown = true;
@@ -88,6 +90,8 @@ LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset, i
   }
   if (!isKnown) _totalSize = 0;
   _place.line = 1;
+  _stopEvent = ::eventfd(0, EFD_CLOEXEC);
+  if (_stopEvent < 0) throw Failure(std::string("no event: ") + std::strerror(errno));
 }
 
 LineBlocks::~LineBlocks() {
@@ -131,9 +135,9 @@ bool LineBlocks::Read() {
 bool LineBlocks::Next(LineBlock& block) {
   while (!_isStopped) {
     if (_file < 0 && !OpenNext()) return false;
-    const std::size_t lineFeed = _carried.rfind('\n');
-    if (lineFeed != std::string::npos && lineFeed >= _searched) {
-      Take(lineFeed + 1, block);
+    const std::size_t lineFeed = std::string_view(_carried).substr(_searched).rfind('\n');
+    if (lineFeed != std::string_view::npos) {
+      Take(_searched + lineFeed + 1, block);
       return true;
     }
     _searched = _carried.size();
@@ -176,8 +180,8 @@ void LineBlocks::TakePart(LineBlock& block) {
   _place = place;
   _place.part = block.part + 1;
   _place.firstByte += block.bytes.size();
-  _place.isBlankBefore = place.isBlankBefore && IsBlank(block.bytes);
   _place.firstCharacter += characters.size();
+  _place.isBlankBefore = place.isBlankBefore && IsBlank(characters);
 }
 
 }  // namespace Tolvek

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,8 +20,8 @@ inline constexpr std::size_t kLongestPart = std::size_t{1} << 16U;
 /// characters. What lies more than three bytes behind `kLongestPart` has no influence.
 std::size_t PartLength(std::string_view rest, const Charset& charset);
 
-/// Is there nothing but white space (`IsSpace`)?
-bool IsBlank(std::string_view text);
+/// Is there nothing but white space, as between words of Chinese text?
+bool IsBlank(std::span<const Character> text);
 
 /// Is this so much of a line that its first part can be told without the rest?
 constexpr bool HasWholePart(std::size_t size) {
@@ -36,7 +37,7 @@ struct LineBlock {
   std::size_t part = 0;            ///< of the first line, from 1; 0: the line begins here
   std::size_t firstByte = 0;       ///< where in its line the block begins
   std::size_t firstCharacter = 0;  ///< the same
-  bool isBlankBefore = true;       ///< nothing but blanks and tabs before that in the line
+  bool isBlankBefore = true;       ///< nothing but white space before that in the line
   bool isCut = false;              ///< the line goes on in the next block
   bool isLast = false;             ///< ends the last file, without a line feed
 };
@@ -76,7 +77,7 @@ class LineBlocks {
   std::vector<std::string> _paths;
   const Charset& _charset;
   int _output;
-  int _stopEvent;  ///< can be read once reading is to end
+  int _stopEvent = -1;  ///< can be read once reading is to end
   std::atomic<bool> _isStopped = false;
   std::size_t _totalSize = 0;
   std::size_t _nextFile = 0;

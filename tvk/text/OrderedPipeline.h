@@ -6,6 +6,7 @@
 #include <tbb/parallel_pipeline.h>
 
 #include <cstddef>
+#include <stdexcept>
 #include <vector>
 
 namespace Tolvek {
@@ -40,7 +41,8 @@ void RunOrdered(int threads, const Read& read, const Work& work, const Write& wr
       tbb::make_filter<void, Item*>(filter_mode::serial_in_order, [&](tbb::flow_control& control) {
         Item* item = nullptr;
         // As many items are under way at most as there are.
-        if (!idle.try_pop(item) || !read(item->input)) control.stop();
+        if (!idle.try_pop(item)) throw std::logic_error("no item is idle");
+        if (!read(item->input)) control.stop();
         return item;
       }) & tbb::make_filter<Item*, Item*>(filter_mode::parallel, [&](Item* item) {
         work(item->input, item->output);

@@ -9,13 +9,17 @@
 #include <cstring>
 
 #include "tvk/text/Failure.h"
+#include "tvk/text/Files.h"
 
 namespace Tolvek {
 
 OutputFile::OutputFile(const std::string& path)
     : _path(path == "-" ? "standard output" : path),
       _file(path == "-" ? STDOUT_FILENO
-                        : ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+                        : ::open(path.c_str(),
+                                 O_WRONLY | O_CREAT | O_CLOEXEC |
+                                     (IsReplaceable(path) ? O_TRUNC : O_APPEND),
+                                 0666)) {
   if (_file < 0) throw Failure(_path + ": " + std::strerror(errno));
 }
 

@@ -11,6 +11,10 @@ namespace Tolvek {
 Progress::Progress(std::ostream* out, bool isTerminal, std::string name, std::size_t totalBytes)
     : _out(out), _isTerminal(isTerminal), _name(std::move(name)), _totalBytes(totalBytes) {}
 
+Progress::~Progress() {
+  if (_isLineOpen) *_out << std::endl;
+}
+
 void Progress::Add(std::size_t lines, std::size_t bytes) {
   _lines += lines;
   _bytes += bytes;
@@ -46,6 +50,7 @@ void Progress::Show(const std::string& ending) {
   if (_isTerminal) *_out << '\r' << line << kRestOfLine;
   if (!_isTerminal) *_out << line;
   *_out << ending << std::flush;
+  _isLineOpen = ending.empty();
 }
 
 }  // namespace Tolvek

@@ -16,6 +16,11 @@ class Progress {
   /// A null stream keeps quiet. `totalBytes` 0: not known.
   Progress(std::ostream* out, bool isTerminal, std::string name, std::size_t totalBytes);
 
+  /// Ends a line that is still to be rewritten, so that a failure gets one of its own.
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
   void Add(std::size_t lines, std::size_t bytes);
   /// The last report.
   void End();
@@ -29,6 +34,7 @@ class Progress {
   bool _isTerminal;
   std::string _name;
   std::size_t _totalBytes;
+  bool _isLineOpen = false;
   std::size_t _lines = 0;
   std::size_t _bytes = 0;
   Clock::time_point _start = Clock::now();
