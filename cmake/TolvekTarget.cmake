@@ -13,7 +13,9 @@ if(TOLVEK_WARNINGS_AS_ERRORS)
 endif()
 if(TOLVEK_SANITIZE)
   target_compile_options(tolvek_options INTERFACE
-    -fsanitize=${TOLVEK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${TOLVEK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    # With sanitizers g++ takes much of the standard library for uninitialized.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(tolvek_options INTERFACE -fsanitize=${TOLVEK_SANITIZE})
 endif()
 
