@@ -51,7 +51,7 @@ std::string WriteInput(const std::string& name, const std::uint8_t* bytes, std::
 
 void Survive(const std::function<void()>& action) {
   std::cerr.setstate(std::ios::failbit);
-  std::signal(SIGABRT, LeaveAction);
+  void (*const before)(int) = std::signal(SIGABRT, LeaveAction);  // the fuzzer's
   if (sigsetjmp(g_afterAbort, 1) == 0) {
     try {
       action();
@@ -59,7 +59,7 @@ void Survive(const std::function<void()>& action) {
       // documented
     }
   }
-  std::signal(SIGABRT, SIG_DFL);
+  std::signal(SIGABRT, before);
 }
 
 }  // namespace Tolvek
