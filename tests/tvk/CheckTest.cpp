@@ -833,6 +833,7 @@ TEST_F(CheckedFiles, OtherFormsAreRecognised) {
     EXPECT_EQ(ProblemsIn("Dict", ResourceKind::kCharacters),
               std::string("the file is ") + name + rest);
   }
+  EXPECT_EQ(KindOf("f", "BZh"), std::nullopt) << "too short to tell";
   EXPECT_EQ(KindOf("f", "BZh title\n" + GoodModel().Text().substr(13)), ResourceKind::kMaxEntModel);
   Put("f", "\xEF\xBB\xBF" + kGoodEngDict + "she 1 PRP\n");
   EXPECT_EQ(ProblemsIn("f", ResourceKind::kEnglishDictionary),

@@ -213,9 +213,9 @@ std::string ForeignForm(std::string_view content) {
                                                   {"\xFF\xFE"sv, "text in UTF-16"},
                                                   {"\xFE\xFF"sv, "text in UTF-16"}}};
   // What follows tells the short beginnings from a text, and from a number of entries.
-  if (content.starts_with("BZh") && content.substr(4, 6) != "1AY&SY" &&
-      content.substr(4, 6) != "\x17rE8P\x90") {
-    return "";
+  if (content.starts_with("BZh")) {
+    const std::string_view magic = content.substr(std::min<std::size_t>(4, content.size()), 6);
+    if (magic != "1AY&SY" && magic != "\x17rE8P\x90") return "";
   }
   if (content.starts_with("\xFF\xFE") && content.substr(2, 2) == "\0\0"sv) return "";
   for (const auto& [begin, name] : kForms) {
