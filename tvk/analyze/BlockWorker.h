@@ -69,12 +69,12 @@ struct BlockResult {
   }
 };
 
-/// Does the blocks of one thread. Borrows all it is given.
+/// Does the blocks of one thread. Borrows all it is given; the analyzer is not shared.
 class BlockWorker {
  public:
-  BlockWorker(Task task, const Models& models, const Folding& folding, const Charset& charset,
-              const LineWriter& writer, BadBytes badBytes)
-      : _analyzer(task, models, folding),
+  BlockWorker(Analyzer& analyzer, const Charset& charset, const LineWriter& writer,
+              BadBytes badBytes)
+      : _analyzer(analyzer),
         _charset(charset),
         _writer(writer),
         _failsOnBadBytes(badBytes == BadBytes::kFail) {}
@@ -89,7 +89,7 @@ class BlockWorker {
   /// Notes the characters of a line that the output does not show as they are.
   void Inspect(const AnalyzedLine& line, TextPlace place, BlockResult& result) const;
 
-  Analyzer _analyzer;
+  Analyzer& _analyzer;
   const Charset& _charset;
   const LineWriter& _writer;
   bool _failsOnBadBytes;

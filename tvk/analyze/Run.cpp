@@ -21,20 +21,31 @@ namespace Tolvek {
 
 namespace {
 
+/// What one thread works with.
+struct Worker {
+  Worker(const RunOptions& options, const Models& models, const Folding& folding,
+         const Charset& charset, const LineWriter& writer)
+      : analyzer(options.task, models, folding),
+        work(analyzer, charset, writer, options.badBytes) {}
+
+  Analyzer analyzer;
+  BlockWorker work;
+};
+
 /// One worker for each thread that asks.
 class Workers {
  public:
-  explicit Workers(std::function<std::unique_ptr<BlockWorker>()> make) : _make(std::move(make)) {}
+  explicit Workers(std::function<std::unique_ptr<Worker>()> make) : _make(std::move(make)) {}
 
   void operator()(const LineBlock& block, BlockResult& result) {
-    std::unique_ptr<BlockWorker> worker = Take();
-    (*worker)(block, result);
+    std::unique_ptr<Worker> worker = Take();
+    worker->work(block, result);
     const std::lock_guard lock(_mutex);
     _idle.push_back(std::move(worker));
   }
 
  private:
-  std::unique_ptr<BlockWorker> Take() {
+  std::unique_ptr<Worker> Take() {
     {
       const std::lock_guard lock(_mutex);
       if (!_idle.empty()) {
@@ -46,9 +57,9 @@ class Workers {
     return _make();
   }
 
-  std::function<std::unique_ptr<BlockWorker>()> _make;
+  std::function<std::unique_ptr<Worker>()> _make;
   std::mutex _mutex;
-  std::vector<std::unique_ptr<BlockWorker>> _idle;
+  std::vector<std::unique_ptr<Worker>> _idle;
 };
 
 class Reporter {
@@ -112,10 +123,7 @@ void RunTask(const RunOptions& options) {
   // Before anything of the output is made.
   const Models models(options.task, FindResources(options.data, ResourcesOf(options.task)));
   const Folding folding(options.folds);
-  Workers workers([&] {
-    return std::make_unique<BlockWorker>(options.task, models, folding, from, writer,
-                                         options.badBytes);
-  });
+  Workers workers([&] { return std::make_unique<Worker>(options, models, folding, from, writer); });
 
   const auto run = [&](const std::string& path) {
     OutputFile output(path);
