@@ -1272,12 +1272,31 @@ TEST_F(Analyze, BrokenModelIsAFailureAndLeavesNothing) {
       "#bin,model\1" + std::string("\0\0\0\4\4\0\0", 7) + std::string(3000, 'a'));
   const std::vector<std::string> before = Names();
   EXPECT_EQ(Run("seg --data models -o result", kSentence), 1);
-  EXPECT_NE(_err.find("models/binarySegModel"), std::string::npos) << _err;
+  EXPECT_TRUE(
+      _err.ends_with(" in the Model File: models/binarySegModel\n"
+                     "tvk: models/binarySegLM or models/binarySegModel: cut or malformed "
+                     "(tvk check models tells what is wrong)\n"))
+      << _err;
   EXPECT_FALSE(fs::exists("result"));
   fs::remove("in.txt");
   fs::remove("out.txt");
   fs::remove("err.txt");
   EXPECT_EQ(Names(), before);
+}
+
+TEST_F(Analyze, MalformedModelThatLoadsIsTold) {
+  fs::create_directory("models");
+  for (const char* name : {"abbtitle", "binaryEngPosModel"}) {
+    fs::copy(fs::path(PROJECT_DIR "/data") / name, fs::path("models") / name);
+  }
+  Put("models/EngDict", "1\ncats 1 NO-SUCH-TAG\n");
+  EXPECT_EQ(Run("tokpos --data models", "dogs\n"), 0) << _err;
+  for (const char* threads : {"1", "2"}) {
+    EXPECT_EQ(Run(std::string("tokpos --data models --threads ") + threads, "cats\n"), 1);
+    EXPECT_TRUE(_err.ends_with(
+        "\ntvk: a model in models: cut or malformed (tvk check models tells what is wrong)\n"))
+        << _err;
+  }
 }
 
 }  // namespace

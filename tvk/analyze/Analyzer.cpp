@@ -6,6 +6,7 @@
 #include "chinese/LexSegPos.h"
 #include "common/Fields.h"
 #include "common/Globals.h"
+#include "tvk/text/Failure.h"
 #include "tvk/text/Utf8.h"
 
 namespace Tolvek {
@@ -56,7 +57,11 @@ const std::vector<Token>& Analyzer::operator()(std::span<const Character> line, 
   TrimLine(_scratch);
   _tokens.clear();
   if (_scratch.empty()) return _tokens;
-  Analyze();
+  try {
+    Analyze();
+  } catch (const std::out_of_range&) {  // models are loaded without a look at all they say
+    throw Failure("a model in " + _models.folder + ": " + MalformedModel(_models.folder));
+  }
   Align(line.size());
   return _tokens;
 }

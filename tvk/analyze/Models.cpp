@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/analyze/Models.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -19,16 +21,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Behind a message on a resource.
+std::string CheckAdvice(const std::string& folder) {
+  return " (tvk check " + folder + " tells what is wrong)";
+}
+
 /// Some faults of a model end the core's loaders, after their message, by `std::abort`. While this
-/// lives, that is a failure like others: status 1.
+/// lives, that is a failure like others: its message, status 1.
 class AbortIsFailure {
  public:
-  AbortIsFailure() : _before(std::signal(SIGABRT, [](int) { std::_Exit(1); })) {}
+  explicit AbortIsFailure(const std::string& failure) {
+    message = "tvk: " + failure + '\n';
+    _before = std::signal(SIGABRT, [](int) {
+      // What a signal may do.
+      static_cast<void>(::write(STDERR_FILENO, message.data(), message.size()) < 0);
+      std::_Exit(1);
+    });
+  }
   ~AbortIsFailure() { std::signal(SIGABRT, _before); }
   AbortIsFailure(const AbortIsFailure&) = delete;
   AbortIsFailure& operator=(const AbortIsFailure&) = delete;
 
  private:
+  inline static std::string message;  // where the handler finds it
   void (*_before)(int);
 };
 
@@ -110,24 +125,28 @@ std::string FindResources(const std::optional<std::string>& given,
       "tvk train --help.");
 }
 
-Models::Models(Task task, const std::string& folder) {
+std::string MalformedModel(const std::string& folder) {
+  return "cut or malformed" + CheckAdvice(folder);
+}
+
+Models::Models(Task task, const std::string& path) : folder(path) {
   const auto inFolder = [&](const char* name) { return (fs::path(folder) / name).string(); };
   // The core loads some files by twos; its own message tells which one it is.
   const auto load = [&](const std::string& paths, const std::function<bool()>& loadFiles) {
-    const std::string advice = " (tvk check " + folder + " tells what is wrong)";
+    const Failure failure(paths + ": " + MalformedModel(folder));
+    const AbortIsFailure guard(failure.what());
     try {
       if (loadFiles()) return;
     } catch (const std::out_of_range&) {
-      throw Failure(paths + ": cut or malformed" + advice);
+      throw failure;
     }
-    throw Failure(paths + ": cannot be loaded" + advice);
+    throw Failure(paths + ": cannot be loaded" + CheckAdvice(folder));
   };
   const auto loadTwo = [&](auto& scorer, const char* first, const char* second) {
     load(inFolder(first) + " or " + inFolder(second),
          [&] { return scorer.Initialize(inFolder(first), inFolder(second)); });
   };
   const WithoutAnnouncements quiet;
-  const AbortIsFailure guard;
   if (IsEnglish(task)) {
     tokens = std::make_unique<EngToken>();
     load(inFolder("abbtitle"), [&] { return tokens->Load(inFolder("abbtitle")); });

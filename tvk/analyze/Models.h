@@ -25,12 +25,17 @@ std::vector<std::string> ResourcesOf(Task task);
 std::string FindResources(const std::optional<std::string>& given,
                           const std::vector<std::string>& files);
 
+/// What is said behind the name of a malformed resource, with what to do.
+std::string MalformedModel(const std::string& folder);
+
 /// The resources of one task, loaded once and then only read: all threads share them. Those that
 /// the task does not need are null.
 struct Models {
-  /// Throws `Failure` when a file cannot be loaded, after the core's own message.
-  Models(Task task, const std::string& folder);
+  /// Loads from a folder. Throws `Failure` when a file cannot be loaded, after the core's own
+  /// message.
+  Models(Task task, const std::string& path);
 
+  std::string folder;  ///< where they come from
   std::unique_ptr<CharType> characters;
   std::unique_ptr<SegScore> segmentation;
   std::unique_ptr<PosScore> chineseTags;
