@@ -351,9 +351,9 @@ void MeModel::LogProbabilities(const Features& features,
 int MeModel::GetTagId(const std::string& tag) const {
   const auto found = _tagMap.find(tag);
   if (found != _tagMap.end()) return found->second;
-  std::cerr << kRule << std::endl
-            << "There is no tag named: " << tag << std::endl
-            << kRule << std::endl;
+  // At once: a dictionary with another model's tags draws one for each of its entries.
+  const std::string rule = kRule + '\n';
+  std::cerr << rule + "There is no tag named: " + tag + "\n" + rule << std::flush;
   return -1;
 }
 
