@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "tvk/text/HandOver.h"
+
 namespace Tolvek {
 
 /// Reads items one after another, works on several at a time, and writes the results in the order
@@ -21,6 +23,7 @@ void RunOrdered(int threads, const Read& read, const Work& work, const Write& wr
   struct Item {
     Input input;
     Output output;
+    HandOver handOver;
   };
   if (threads <= 1) {
     Item item;
@@ -35,20 +38,29 @@ void RunOrdered(int threads, const Read& read, const Work& work, const Write& wr
   std::vector<Item> items(3 * count);
   tbb::concurrent_queue<Item*> idle;
   for (Item& item : items) idle.push(&item);
+  HandOver reader;
+  HandOver writer;
   using tbb::filter_mode;
   tbb::parallel_pipeline(
       items.size(),
       tbb::make_filter<void, Item*>(filter_mode::serial_in_order, [&](tbb::flow_control& control) {
+        const Turn readerTurn(reader);
         Item* item = nullptr;
         // As many items are under way at most as there are.
         if (!idle.try_pop(item)) throw std::logic_error("no item is idle");
+        const Turn turn(item->handOver);
         if (!read(item->input)) control.stop();
         return item;
       }) & tbb::make_filter<Item*, Item*>(filter_mode::parallel, [&](Item* item) {
+        const Turn turn(item->handOver);
         work(item->input, item->output);
         return item;
       }) & tbb::make_filter<Item*, void>(filter_mode::serial_in_order, [&](Item* item) {
-        write(item->output);
+        const Turn writerTurn(writer);
+        {
+          const Turn turn(item->handOver);
+          write(item->output);
+        }
         idle.push(item);
       }));
 }
