@@ -11,6 +11,7 @@
 
 #include "chinese/LexSegPos.h"
 #include "common/Globals.h"
+#include "common/StandardStreams.h"
 #include "english/LexEngPos.h"
 
 namespace {
@@ -99,6 +100,7 @@ bool RunEnglish(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Tolvek::HoldStandardStreams();
   const std::optional<Options> options = ReadOptions(argc, argv);
   if (!options) return kFailure;
 
