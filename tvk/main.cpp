@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <exception>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/StandardStreams.h"
 #include "tvk/commands/Command.h"
+#include "tvk/text/Files.h"
 
 namespace {
 
@@ -23,16 +24,6 @@ std::string NameOf(const CLI::App& app) {
     name += " " + command->get_name();
   }
   return name;
-}
-
-/// A standard stream that is closed gets a file that cannot be used the way it is meant: else the
-/// next file to be opened would take its place.
-void HoldStandardStreams() {
-  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (::fcntl(file, F_GETFD) >= 0) continue;
-    const int opened = ::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    if (opened >= 0 && opened != file) ::close(opened);
-  }
 }
 
 /// The arguments, in reverse. A file name in brackets gets a folder, as the parser would take it
@@ -50,7 +41,8 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  HoldStandardStreams();
+  Tolvek::HoldStandardStreams();
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed write, which is told
   CLI::App app{
       "tvk: words and parts of speech of Chinese and English text, and the models behind them.\n"
       "Text in, text out, one line for one line, in UTF-8 unless told otherwise:\n"
@@ -84,7 +76,9 @@ int main(int argc, char** argv) {
   try {
     app.parse(Arguments(argc, argv));
   } catch (const CLI::Success& asked) {  // --help, --version
-    return app.exit(asked);
+    std::ostringstream text;
+    app.exit(asked, text, text);
+    action = [text = text.str()] { Tolvek::WriteWholeFile("-", text); };
   } catch (const CLI::ParseError& error) {
     const std::string name = NameOf(app);
     std::cerr << name << ": " << error.what() << "\nTry '" << name << " --help'." << std::endl;

@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <iconv.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "Child.h"
 #include "Workplace.h"
 
 namespace Tolvek {
@@ -429,90 +429,6 @@ class RandomText {
   std::mt19937 _random;
   std::vector<std::string> _pieces;
   std::vector<std::string> _spaces;
-};
-
-/// A command that runs while the test goes on.
-class Child {
- public:
-  explicit Child(const std::string& command) {
-    std::array<int, 2> in{};
-    std::array<int, 2> out{};
-    if (::pipe2(in.data(), O_CLOEXEC) != 0 || ::pipe2(out.data(), O_CLOEXEC) != 0) std::abort();
-    _pid = ::fork();
-    if (_pid == 0) {
-      ::dup2(in[0], STDIN_FILENO);
-      ::dup2(out[1], STDOUT_FILENO);
-      ::execl("/bin/sh", "sh", "-c", ("exec " + command).c_str(), nullptr);
-      ::_exit(127);
-    }
-    ::close(in[0]);
-    ::close(out[1]);
-    _in = in[1];
-    _out = out[0];
-  }
-  ~Child() {
-    CloseInput();
-    CloseOutput();
-    if (_pid > 0) {
-      ::kill(_pid, SIGKILL);
-      ::waitpid(_pid, nullptr, 0);
-    }
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-
-  void Write(std::string_view bytes) const {
-    while (!bytes.empty()) {
-      const ssize_t written = ::write(_in, bytes.data(), bytes.size());
-      ASSERT_GT(written, 0);
-      bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-  }
-  /// Up to a line feed, or what there is after 20 s without anything new.
-  std::string ReadLine() const {
-    std::string line;
-    struct pollfd watched {
-      _out, POLLIN, 0
-    };
-    char c = 0;
-    while (!line.ends_with('\n') && ::poll(&watched, 1, 20000) == 1 && ::read(_out, &c, 1) == 1) {
-      line += c;
-    }
-    return line;
-  }
-  void CloseInput() {
-    if (_in >= 0) ::close(std::exchange(_in, -1));
-  }
-  void CloseOutput() {
-    if (_out >= 0) ::close(std::exchange(_out, -1));
-  }
-  void Signal(int signal) const { ::kill(_pid, signal); }
-  /// The exit status; -1 when a signal ended it.
-  int Wait() {
-    CloseInput();
-    return WaitWithOpenInput();
-  }
-  /// The same for a program that should end by itself; -1 also when it goes on for 20 s.
-  int WaitWithOpenInput() {
-    int status = 0;
-    for (int i = 0; i < 2000; ++i) {
-      if (::wait4(_pid, &status, _in < 0 ? 0 : WNOHANG, &_usage) == _pid) {
-        _pid = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-      }
-      ::usleep(10000);
-    }
-    return -1;
-  }
-  pid_t Id() const { return _pid; }
-  /// The most memory it had, in KB; after `Wait`.
-  long PeakMemory() const { return _usage.ru_maxrss; }
-
- private:
-  pid_t _pid = -1;
-  int _in = -1;
-  int _out = -1;
-  struct rusage _usage {};
 };
 
 /// Runs the program with the shipped models as a user does.
@@ -978,19 +894,6 @@ TEST_F(Analyze, DevicesAndPipesAreNotReplaced) {
 
 // Streams.
 
-TEST_F(Analyze, ReaderThatStopsEarlyEndsItQuietly) {
-  for (const std::string threads : {"1", "2"}) {
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(RunShell("yes 我来到北京清华大学 | { " + Tvk("seg -j " + threads) +
-                       "; echo $? >status; } | head -n 1"),
-              0);
-    EXPECT_EQ(_out, kWords);
-    EXPECT_EQ(_err, "");
-    EXPECT_EQ(Get("status"), "0\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
-  }
-}
-
 TEST_F(Analyze, LinesAreAnsweredAtOnce) {
   for (const std::string threads : {"1", "2", "5"}) {
     Child child(Tvk("seg -j " + threads));
@@ -1002,16 +905,6 @@ TEST_F(Analyze, LinesAreAnsweredAtOnce) {
     child.CloseInput();
     EXPECT_EQ(child.ReadLine(), "北京\n");
     EXPECT_EQ(child.Wait(), 0);
-  }
-}
-
-TEST_F(Analyze, EndsWhenTheReaderOfAnIdleStreamLeaves) {
-  for (const std::string threads : {"1", "2"}) {
-    Child child(Tvk("seg -j " + threads));
-    child.Write(kSentence);
-    ASSERT_EQ(child.ReadLine(), kWords);
-    child.CloseOutput();
-    EXPECT_EQ(child.WaitWithOpenInput(), 0) << threads;
   }
 }
 
@@ -1250,16 +1143,6 @@ TEST_F(Analyze, ReplacedFileKeepsItsPermissions) {
   ASSERT_EQ(::chmod("result", 0600), 0);
   OutputOf("seg a -o result");
   EXPECT_EQ(static_cast<unsigned>(fs::status("result").permissions()), 0600U);
-}
-
-TEST_F(Analyze, InterruptLeavesNoTemporaryFile) {
-  const std::vector<std::string> before = Names();
-  Child child(Tvk("seg -o result"));
-  child.Write(kSentence);
-  while (Names() == before) ::usleep(10000);
-  child.Signal(SIGINT);
-  child.WaitWithOpenInput();
-  EXPECT_EQ(Names(), before);
 }
 
 TEST_F(Analyze, BrokenModelIsAFailureAndLeavesNothing) {

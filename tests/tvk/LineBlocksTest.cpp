@@ -15,7 +15,7 @@ namespace {
 class LineBlocksTest : public Workplace {
  protected:
   static std::vector<LineBlock> ReadAll(const std::vector<std::string>& paths) {
-    LineBlocks blocks(paths, Charset::Of(Encoding::kUtf8), -1);
+    LineBlocks blocks(paths, Charset::Of(Encoding::kUtf8), nullptr);
     std::vector<LineBlock> all;
     for (LineBlock block; blocks.Next(block);) all.push_back(block);
     return all;
@@ -55,7 +55,7 @@ TEST_F(LineBlocksTest, TellsTheSizeOfFilesOnly) {
   Put("a", "12345");
   Put("b", "678");
   const auto sizeOf = [](const std::vector<std::string>& paths) {
-    return LineBlocks(paths, Charset::Of(Encoding::kUtf8), -1).TotalSize();
+    return LineBlocks(paths, Charset::Of(Encoding::kUtf8), nullptr).TotalSize();
   };
   EXPECT_EQ(sizeOf({"a", "b"}), 8U);
   EXPECT_EQ(sizeOf({"a", "/dev/null"}), 0U);
@@ -69,7 +69,7 @@ TEST_F(LineBlocksTest, OpensAllFilesInAdvance) {
 
 TEST_F(LineBlocksTest, EndsWhenItIsStopped) {
   Put("a", "1\n");
-  LineBlocks files({"a", "a", "a"}, Charset::Of(Encoding::kUtf8), -1);
+  LineBlocks files({"a", "a", "a"}, Charset::Of(Encoding::kUtf8), nullptr);
   LineBlock block;
   EXPECT_TRUE(files.Next(block));
   files.Stop();
@@ -77,7 +77,7 @@ TEST_F(LineBlocksTest, EndsWhenItIsStopped) {
 
   ASSERT_EQ(::mkfifo("idle", 0600), 0);
   const int writer = ::open("idle", O_RDWR | O_CLOEXEC);
-  LineBlocks pipe({"idle"}, Charset::Of(Encoding::kUtf8), -1);
+  LineBlocks pipe({"idle"}, Charset::Of(Encoding::kUtf8), nullptr);
   std::thread stopper([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     pipe.Stop();
@@ -89,9 +89,8 @@ TEST_F(LineBlocksTest, EndsWhenItIsStopped) {
 
 TEST_F(LineBlocksTest, RefusesTheFileThatIsWritten) {
   Put("a", "1\n");
-  const int file = ::open("a", O_WRONLY | O_APPEND | O_CLOEXEC);
-  EXPECT_THROW(LineBlocks({"a"}, Charset::Of(Encoding::kUtf8), file), Failure);
-  ::close(file);
+  const OutputFile file("a", "a");
+  EXPECT_THROW(LineBlocks({"a"}, Charset::Of(Encoding::kUtf8), &file), Failure);
 }
 
 /// A line of `size` bytes: words of three two-byte characters, blanks between.
@@ -128,7 +127,7 @@ TEST_F(LineBlocksTest, CutsALineTheSameHoweverItArrives) {
         pipe << line.substr(i, step) << std::flush;
       pipe << "\nnext\n";
     });
-    LineBlocks blocks({"pipe"}, Charset::Of(Encoding::kUtf8), -1);
+    LineBlocks blocks({"pipe"}, Charset::Of(Encoding::kUtf8), nullptr);
     std::string found;
     std::size_t part = 0;
     bool isCut = true;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <ostream>
 
 #include "tvk/analyze/BlockWorker.h"
@@ -16,6 +17,7 @@
 #include "tvk/text/OrderedPipeline.h"
 #include "tvk/text/OutputFile.h"
 #include "tvk/text/Progress.h"
+#include "tvk/text/StopBySignal.h"
 
 namespace Tolvek {
 
@@ -126,8 +128,10 @@ void RunTask(const RunOptions& options) {
   Workers workers([&] { return std::make_unique<Worker>(options, models, folding, from, writer); });
 
   const auto run = [&](const std::string& path) {
-    OutputFile output(path);
-    LineBlocks blocks(options.inputs, from, options.output == "-" ? output.Descriptor() : -1);
+    OutputFile output(path, options.output);
+    LineBlocks blocks(options.inputs, from, &output);
+    std::optional<StopBySignal> stop;
+    if (path == options.output) stop.emplace(blocks);  // else no part of the result is kept
     Progress progress(options.showsProgress ? options.messages : nullptr, options.isTerminal, "tvk",
                       blocks.TotalSize());
     const Reporter reporter(blocks.Paths(), from, writer.Target());
@@ -158,12 +162,12 @@ void RunTask(const RunOptions& options) {
         [&](const BlockResult& result) {
           stopsAtFailure([&] {
             output.Write(result.text);
-            if (output.IsAbandoned()) blocks.Stop();
             progress.Add(result.lines, result.bytes);
             remarks.Add(result.remarks);
             if (result.isStopped) reporter.Fail(result.remarks);
           });
         });
+    if (stop) StopBySignal::Follow();
     if (readFailure) std::rethrow_exception(readFailure);
     output.Close();
     progress.End();

@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <csignal>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -64,7 +63,6 @@ void Check(const RunOptions& run) {
 
 void Run(Options& options) {
   RunOptions& run = options.run;
-  std::signal(SIGPIPE, SIG_IGN);  // `OutputFile` takes care of it
   run.messages = options.isQuiet ? nullptr : &std::cerr;
   run.isTerminal = ::isatty(STDERR_FILENO) != 0;
   // Beside a result that scrolls by on the same terminal progress would be in the way.

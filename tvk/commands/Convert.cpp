@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <stdlib.h>
+#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
+#include <random>
 #include <stdexcept>
 
 #include "chinese/CharType.h"
 #include "common/Globals.h"
+#include "common/ResourceFile.h"
 #include "model/MeModel.h"
 #include "model/Ngram.h"
 #include "model/Vocab.h"
@@ -18,6 +21,7 @@
 #include "tvk/convert/TextForms.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/text/Temporary.h"
 
 namespace Tolvek {
 
@@ -35,23 +39,28 @@ class AsData {
  public:
   explicit AsData(const std::string& lists) : _before(std::filesystem::current_path()) {
     namespace fs = std::filesystem;
-    std::string name = (fs::temp_directory_path() / "tvk-lists-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw Failure(name + ": no folder can be made here");
-    _folder = name;
-    fs::create_directory_symlink(fs::absolute(lists), _folder / "data");
-    fs::current_path(_folder);
+    std::random_device random;
+    _folder.emplace(fs::temp_directory_path() /
+                    ("tvk-lists-" + std::to_string(random()) + std::to_string(random())));
+    const fs::path name = _folder->Path();
+    if (::mkdir(name.c_str(), 0700) != 0) {
+      throw Failure(name.string() + ": no folder can be made here");
+    }
+    _link.emplace(name / "data");
+    fs::create_directory_symlink(fs::absolute(lists), _link->Path());
+    fs::current_path(name);
   }
   ~AsData() {
     std::error_code ignored;
     std::filesystem::current_path(_before, ignored);
-    std::filesystem::remove_all(_folder, ignored);  // of the link, not of what it leads to
   }
   AsData(const AsData&) = delete;
   AsData& operator=(const AsData&) = delete;
 
  private:
   std::filesystem::path _before;
-  std::filesystem::path _folder;
+  std::optional<Temporary> _folder;
+  std::optional<Temporary> _link;  ///< is removed, not what it leads to
 };
 
 /// Writes `paths.to` with a converter of the core, whose range errors mean malformed input.
@@ -98,6 +107,25 @@ void ConvertLm(const Paths& paths) {
   });
 }
 
+/// The core's converter does not say whether it could write all of its file.
+bool IsWholeCharacterResource(const std::string& path) {
+  static constexpr int kTables = 4;
+  ResourceFile file;
+  if (!file.Open(path)) return false;
+  for (int table = 0; table < kTables; ++table) {
+    std::int32_t entries = 0;
+    if (!file.Read(entries)) return false;
+    for (; entries > 0; --entries) {
+      std::int32_t size = 0;
+      std::int32_t code = 0;
+      if (!file.Read(size)) return false;
+      const auto length = static_cast<std::size_t>(size);
+      if (file.ReadBytes(length).size() != length || !file.Read(code)) return false;
+    }
+  }
+  return file.AtEnd();
+}
+
 void ConvertChars(const Paths& paths) {
   if (!paths.from.empty()) {
     CheckReadable(paths.from);
@@ -114,7 +142,7 @@ void ConvertChars(const Paths& paths) {
     std::optional<AsData> folder;
     if (paths.lists != g_datapath) folder.emplace(paths.lists);
     CharType().Convert2Binary(target);
-    return std::filesystem::exists(target);
+    return IsWholeCharacterResource(target);
   });
 }
 

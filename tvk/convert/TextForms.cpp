@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <limits>
 #include <map>
@@ -23,6 +24,7 @@
 #include "tvk/text/Encoding.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/text/Temporary.h"
 #include "tvk/train/CharacterLists.h"
 
 namespace Tolvek {
@@ -316,11 +318,12 @@ void WriteCharacterLists(const std::string& path, const std::string& folder) {
   const CharacterLists lists = ReadCharacterLists(path);
   const fs::path target(folder);
   const std::string withoutSlash = target.has_filename() ? target : target.parent_path();
+  std::deque<Temporary> files;  // until their folder is renamed
   WriteBeside(withoutSlash, [&](const std::string& beside) {
     std::error_code error;
     if (!fs::create_directory(beside, error)) return false;
     for (const auto& [name, content] : lists) {
-      WriteWholeFile(fs::path(beside) / (name + ".txt"), content);
+      WriteWholeFile(files.emplace_back(fs::path(beside) / (name + ".txt")).Path(), content);
     }
     std::string warnings;
     if (BuildCharacterResource(beside, warnings) == ReadWholeFile(path)) return true;

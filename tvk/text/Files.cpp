@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/text/Files.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <climits>
-#include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <system_error>
 
 #include "tvk/text/Failure.h"
+#include "tvk/text/OutputFile.h"
+#include "tvk/text/Temporary.h"
 
 namespace Tolvek {
 
@@ -49,52 +49,36 @@ fs::path TargetOf(fs::path path) {
   return fs::absolute(path, error);
 }
 
-/// Removes a file when a signal ends the program; of several, the one that was named first.
-class RemovedWhenKilled {
- public:
-  explicit RemovedWhenKilled(const std::string& path) : _isFirst(_path[0] == '\0') {
-    if (!_isFirst || path.size() >= sizeof _path) return;
-    std::memcpy(_path, path.c_str(), path.size() + 1);
-    for (const int number : kSignals) {
-      struct sigaction action {};
-      ::sigaction(number, nullptr, &action);
-      if (action.sa_handler != SIG_DFL) continue;  // ignored, as by nohup
-      action.sa_handler = Remove;
-      action.sa_flags = static_cast<int>(SA_RESETHAND);
-      ::sigaction(number, &action, nullptr);
-    }
-  }
-  ~RemovedWhenKilled() {
-    if (_isFirst) _path[0] = '\0';
-  }
-  RemovedWhenKilled(const RemovedWhenKilled&) = delete;
-  RemovedWhenKilled& operator=(const RemovedWhenKilled&) = delete;
-
- private:
-  static constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
-
-  /// Once is enough: then the signal does what it would have done.
-  static void Remove(int number) {
-    if (_path[0] != '\0') ::unlink(_path);
-    ::raise(number);
-  }
-
-  static inline char _path[PATH_MAX] = "";
-  bool _isFirst;
-};
+/// Waits until a file is on the disk: renamed before, it could be empty after a power cut. Some
+/// late failures of writing are told only here.
+std::error_code Sync(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool isKept = file >= 0 && (::fsync(file) == 0 || errno == EINVAL || errno == EROFS);
+  const int error = isKept ? 0 : errno;
+  if (file >= 0) ::close(file);
+  return {error, std::generic_category()};
+}
 
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
-  if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  std::error_code ignored;
-  if (fs::is_directory(path, ignored)) throw Failure(path + ": is a folder, not a file");
-  errno = 0;
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw Failure(path + ": " + ReasonOf(errno));
-  std::string content{std::istreambuf_iterator<char>(in), {}};
-  if (in.bad()) throw Failure(path + ": " + ReasonOf(errno));
-  return content;
+  static constexpr std::size_t kReadSize = std::size_t{1} << 16U;
+  const bool isStandardInput = path == "-";
+  const std::string name = isStandardInput ? "standard input" : path;
+  const int file = isStandardInput ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  std::string content;
+  std::array<char, kReadSize> part;
+  ssize_t count = file < 0 ? -1 : 0;
+  while (file >= 0) {
+    count = ::read(file, part.data(), part.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    content.append(part.data(), static_cast<std::size_t>(count));
+  }
+  const int error = errno;
+  if (file > STDERR_FILENO) ::close(file);
+  if (count == 0) return content;
+  throw Failure(name + ": " + (error == EISDIR ? "is a folder, not a file" : std::strerror(error)));
 }
 
 std::vector<std::string_view> SplitLines(std::string_view text) {
@@ -139,42 +123,28 @@ void WriteBeside(const std::string& path,
     return;
   }
   const fs::path target = TargetOf(path);
-  const std::string beside = BesidePath(target);
-  const RemovedWhenKilled guard(beside);
-  std::error_code error;
-  bool isWritten = false;
-  try {
-    isWritten = write(beside);
-    if (isWritten) {
-      const fs::file_status status = fs::status(target, error);
-      if (fs::is_regular_file(status)) fs::permissions(beside, status.permissions(), error);
-      fs::rename(beside, target, error);
-    }
-  } catch (...) {
-    fs::remove_all(beside, error);
-    throw;
-  }
-  if (isWritten && !error) return;
-  const std::string reason = error ? error.message() : "cannot be written";
-  fs::remove_all(beside, error);
-  throw Failure(path + ": " + reason);
+  const Temporary beside(BesidePath(target));
+  if (!write(beside.Path())) throw Failure(path + ": cannot be written");
+  std::error_code error = Sync(beside.Path());
+  std::error_code ignored;
+  const fs::file_status status = fs::status(target, ignored);
+  if (fs::is_regular_file(status)) fs::permissions(beside.Path(), status.permissions(), ignored);
+  if (!error) fs::rename(beside.Path(), target, error);
+  if (error) throw Failure(path + ": " + error.message());
 }
 
 void WriteWholeFile(const std::string& path, std::string_view content) {
-  const auto writeTo = [&](std::ostream& out) {
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    return static_cast<bool>(out.flush());
+  const auto writeTo = [&](const std::string& to) {
+    OutputFile out(to, path);
+    out.Write(content);
+    out.Close();
+    return true;
   };
   if (path == "-") {
-    if (!writeTo(std::cout)) throw Failure("standard output: cannot be written");
-    return;
+    writeTo(path);
+  } else {
+    WriteBeside(path, writeTo);
   }
-  WriteBeside(path, [&](const std::string& beside) {
-    // What is open already is added to: a file may stand behind it.
-    std::ofstream out(beside,
-                      std::ios::binary | (IsReplaceable(path) ? std::ios::trunc : std::ios::app));
-    return out && writeTo(out);
-  });
 }
 
 void MakeFolderOf(const std::string& path) {
@@ -193,12 +163,11 @@ void CheckWritable(const std::string& path) {
   if (fs::exists(target, ignored) && ::access(target.c_str(), W_OK) != 0) {
     throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
   }
-  const std::string beside = BesidePath(target);
+  const Temporary beside(BesidePath(target));
   errno = 0;
-  if (!std::ofstream(beside, std::ios::binary)) {
+  if (!std::ofstream(beside.Path(), std::ios::binary)) {
     throw Failure(path + ": cannot be written (" + ReasonOf(errno) + ")");
   }
-  fs::remove(beside, ignored);
 }
 
 }  // namespace Tolvek

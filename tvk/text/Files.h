@@ -23,9 +23,9 @@ std::vector<std::string_view> SplitAtBlanks(std::string_view line);
 bool IsReplaceable(const std::string& path);
 
 /// Writes `path`, a file or a folder, by way of one beside it that is renamed at the end, so that
-/// `path` never holds half a result (a pipe or a device is written to as it is). `write` is given
-/// the name to write to and says whether it succeeded. Throws `Failure` when it did not; nothing is
-/// left, then, either.
+/// `path` never holds half a result, not even after a power cut (a pipe or a device is written to
+/// as it is). `write` is given the name to write to and says whether it succeeded. Throws `Failure`
+/// when it did not; nothing is left, then, either.
 void WriteBeside(const std::string& path,
                  const std::function<bool(const std::string& besidePath)>& write);
 

@@ -47,6 +47,11 @@ int Open(const std::string& path) {
   return file;
 }
 
+/// -1 stands for none.
+int DescriptorOf(const OutputFile* output) {
+  return output == nullptr ? -1 : output->Descriptor();
+}
+
 void Close(int file) {
   if (file > STDERR_FILENO) ::close(file);
 }
@@ -75,10 +80,11 @@ bool IsBlank(std::span<const Character> text) {
   });
 }
 
-LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset, int output)
+LineBlocks::LineBlocks(std::vector<std::string> paths, const Charset& charset,
+                       const OutputFile* output)
     : _paths(std::move(paths)), _charset(charset), _output(output) {
   struct stat written {};
-  const bool isFile = output >= 0 && ::fstat(output, &written) == 0 && S_ISREG(written.st_mode);
+  const bool isFile = ::fstat(DescriptorOf(output), &written) == 0 && S_ISREG(written.st_mode);
   bool isKnown = true;
   for (const std::string& path : _paths) {
     const struct stat status = StatusOf(path);
@@ -116,11 +122,11 @@ bool LineBlocks::OpenNext() {
 
 bool LineBlocks::Read() {
   std::array<struct pollfd, 3> watched{
-      {{_file, POLLIN, 0}, {_output, 0, 0}, {_stopEvent, POLLIN, 0}}};
+      {{_file, POLLIN, 0}, {DescriptorOf(_output), 0, 0}, {_stopEvent, POLLIN, 0}}};
   while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) {
   }
-  if ((watched[1].revents & (POLLERR | POLLHUP)) != 0) _isStopped = true;
   if (_isStopped) return false;
+  if ((watched[1].revents & (POLLERR | POLLHUP)) != 0) _output->FailAsUnread();
   const std::size_t size = _carried.size();
   _carried.resize(size + kReadSize);
   ssize_t count = 0;

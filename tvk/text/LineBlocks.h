@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tvk/text/Charset.h"
+#include "tvk/text/OutputFile.h"
 
 namespace Tolvek {
 
@@ -48,9 +49,9 @@ struct LineBlock {
 class LineBlocks {
  public:
   /// Throws `Failure` when a file cannot be read, which is looked at in advance, or is the one that
-  /// is written: it would never end. `output` is that file's descriptor, or -1. When nobody reads
-  /// there any more, reading ends.
-  LineBlocks(std::vector<std::string> paths, const Charset& charset, int output);
+  /// is written: it would never end. When nobody reads the output any more, that is noticed also
+  /// while no input comes. Borrows `output`, which may be null.
+  LineBlocks(std::vector<std::string> paths, const Charset& charset, const OutputFile* output);
   ~LineBlocks();
   LineBlocks(const LineBlocks&) = delete;
   LineBlocks& operator=(const LineBlocks&) = delete;
@@ -62,7 +63,7 @@ class LineBlocks {
   /// False at the end. Throws `Failure` when reading fails.
   bool Next(LineBlock& block);
 
-  /// Ends reading, also when it waits for input. May be called on another thread.
+  /// Ends reading, also when it waits for input. May be called on another thread, and at a signal.
   void Stop();
 
  private:
@@ -76,7 +77,7 @@ class LineBlocks {
 
   std::vector<std::string> _paths;
   const Charset& _charset;
-  int _output;
+  const OutputFile* _output;
   int _stopEvent = -1;  ///< can be read once reading is to end
   std::atomic<bool> _isStopped = false;
   std::size_t _totalSize = 0;

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tvk/train/ModelFiles.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "model/MeModel.h"
 #include "model/Ngram.h"
 #include "model/Vocab.h"
 #include "tvk/text/Files.h"
+#include "tvk/text/OutputFile.h"
+#include "tvk/text/Temporary.h"
 
 namespace Tolvek {
 
@@ -17,12 +16,11 @@ namespace {
 template <class Convert>
 void WriteByWayOfText(const std::string& path, const std::string& text, const Convert& convert) {
   WriteBeside(path, [&](const std::string& beside) {
-    const std::string textPath = beside + ".txt";
-    WriteWholeFile(textPath, text);
-    const bool converted = convert(textPath, beside);
-    std::error_code ignored;
-    std::filesystem::remove(textPath, ignored);
-    return converted;
+    const Temporary textFile(beside + ".txt");
+    OutputFile out(textFile.Path(), path);
+    out.Write(text);
+    out.Close();
+    return convert(textFile.Path(), beside);
   });
 }
 
