@@ -162,6 +162,7 @@ void RunTask(const RunOptions& options) {
         [&](const BlockResult& result) {
           stopsAtFailure([&] {
             output.Write(result.text);
+            if (stop) StopBySignal::Extend();
             progress.Add(result.lines, result.bytes);
             remarks.Add(result.remarks);
             if (result.isStopped) reporter.Fail(result.remarks);

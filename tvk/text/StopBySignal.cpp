@@ -11,7 +11,7 @@ namespace Tolvek {
 
 namespace {
 
-constexpr unsigned kSecondsToFinish = 2;
+constexpr unsigned kSecondsToFinish = 2;  ///< the next lines
 constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
 
 std::atomic<LineBlocks*> g_blocks = nullptr;
@@ -62,6 +62,10 @@ StopBySignal::StopBySignal(LineBlocks& blocks) {
 StopBySignal::~StopBySignal() {
   Replace(Stop, SIG_DFL);
   g_blocks = nullptr;
+}
+
+void StopBySignal::Extend() {
+  if (g_signal != 0) ::alarm(kSecondsToFinish);
 }
 
 void StopBySignal::Follow() {

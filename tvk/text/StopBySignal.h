@@ -17,6 +17,9 @@ class StopBySignal {
   StopBySignal(const StopBySignal&) = delete;
   StopBySignal& operator=(const StopBySignal&) = delete;
 
+  /// To be called when some lines are written: the next ones have two seconds again.
+  static void Extend();
+
   /// To be called when all lines are written: if there was a signal, it now does what it would have
   /// done. Else returns.
   static void Follow();
