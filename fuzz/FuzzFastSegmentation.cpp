@@ -6,9 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "chinese/Segmentor.h"
-#include "common/Globals.h"
 #include "fuzz/FuzzBytes.h"
+#include "fuzz/PlainDecoding.h"
 
 namespace {
 
@@ -161,18 +160,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plain.Initialize();
   });
   if (loading.text != "loaded") return 0;
-  std::vector<std::string> characters;
   for (const std::string& text : Lines(bytes)) {
-    Tolvek::ExpectEqual(Tolvek::Watch(text, [&](std::string& line,
-                                                std::string& out) { fast.SegSentence(line, out); }),
-                        Tolvek::Watch(text,
-                                      [&](std::string& line, std::string& out) {
-                                        Tolvek::TrimLine(line);
-                                        Tolvek::SplitCharacters(line, characters);
-                                        plain.RenewLattice(characters);
-                                        plain.Viterbi(characters, out);
-                                      }),
-                        text);
+    const Tolvek::Outcome outcome = Tolvek::Watch(
+        text, [&](std::string& line, std::string& out) { fast.SegSentence(line, out); });
+    const Tolvek::Outcome expected = Tolvek::Watch(text, [&](std::string& line, std::string& out) {
+      Tolvek::SegmentPlainly(plain, line, out);
+    });
+    Tolvek::ExpectEqual(outcome, expected, text);
   }
   return 0;
 }

@@ -5,10 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "chinese/PosTagger.h"
-#include "common/Globals.h"
-#include "english/EngPosTagger.h"
 #include "fuzz/FuzzBytes.h"
+#include "fuzz/PlainDecoding.h"
 
 namespace {
 
@@ -100,21 +98,6 @@ std::vector<std::string> Lines(FuzzBytes& bytes, int tags) {
   return lines;
 }
 
-/// What decodes plainly: `split(line, words)`, then the plain operations of the tagger.
-template <class Tagger, class Scorer, class Split>
-void TagPlainly(Tagger& tagger, const Scorer& scorer, const Split& split, std::string& line,
-                std::string& out) {
-  std::vector<std::string> words;
-  std::vector<int> tags;
-  split(line, words);
-  tagger.RenewLattice(words);
-  tagger.Viterbi(tags);
-  out.clear();
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    out.append(words[i]).append("/").append(scorer.GetPos(tags[i])).append(" ");
-  }
-}
-
 void CheckChinese(FuzzBytes& bytes, int order) {
   static constexpr std::string_view kCodes(
       "\1\0\0\0\1\0\0\0/\1\0\0\0"
@@ -135,15 +118,11 @@ void CheckChinese(FuzzBytes& bytes, int order) {
   if (loading.text != "loaded") return;
   Tolvek::PosTagger fast(&scorer, order);
   Tolvek::PosTagger plain(&scorer, order);
-  const auto split = [](std::string& line, std::vector<std::string>& words) {
-    Tolvek::TrimLine(line);
-    Tolvek::PosTagger::SplitLine(line, words);
-  };
   for (const std::string& text : Lines(bytes, scorer.GetPosSize())) {
     const Tolvek::Outcome outcome = Tolvek::Watch(
         text, [&](std::string& line, std::string& out) { fast.TagSentence(line, out); });
     const Tolvek::Outcome expected = Tolvek::Watch(text, [&](std::string& line, std::string& out) {
-      TagPlainly(plain, scorer, split, line, out);
+      Tolvek::TagChinesePlainly(plain, scorer, line, out);
     });
     Tolvek::ExpectEqual(outcome, expected, text);
   }
@@ -164,16 +143,11 @@ void CheckEnglish(FuzzBytes& bytes, int order, bool tokenized) {
   Tolvek::EngPosTagger plain(order);
   fast.Initialize(&tokenizer, &scorer);
   plain.Initialize(&tokenizer, &scorer);
-  const auto split = [&](std::string& line, std::vector<std::string>& words) {
-    std::string tokens = line;
-    if (!tokenized) tokenizer.TokenizeSentence(line, tokens);
-    Tolvek::EngPosTagger::SplitLine(tokens, words);
-  };
   for (const std::string& text : Lines(bytes, scorer.GetPosSize())) {
     const Tolvek::Outcome outcome = Tolvek::Watch(
         text, [&](std::string& line, std::string& out) { fast.TagSentence(line, out, tokenized); });
     const Tolvek::Outcome expected = Tolvek::Watch(text, [&](std::string& line, std::string& out) {
-      TagPlainly(plain, scorer, split, line, out);
+      Tolvek::TagEnglishPlainly(plain, scorer, tokenized ? nullptr : &tokenizer, line, out);
     });
     Tolvek::ExpectEqual(outcome, expected, text);
   }
