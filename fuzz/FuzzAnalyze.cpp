@@ -15,12 +15,9 @@ namespace {
 
 using Tolvek::Charset;
 using Tolvek::Encoding;
+using Tolvek::Expect;
 using Tolvek::Format;
 using Tolvek::Task;
-
-void Expect(bool isTrue) {
-  if (!isTrue) std::abort();
-}
 
 constexpr Task kTasks[] = {Task::kSeg, Task::kSegpos, Task::kPos, Task::kTok, Task::kTokpos};
 constexpr Encoding kEncodings[] = {Encoding::kUtf8, Encoding::kGbk, Encoding::kGb18030,

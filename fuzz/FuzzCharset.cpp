@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,10 +16,7 @@ namespace {
 using Tolvek::Character;
 using Tolvek::Charset;
 using Tolvek::Encoding;
-
-void Expect(bool isTrue) {
-  if (!isTrue) std::abort();
-}
+using Tolvek::Expect;
 
 /// The characters are the text: no byte is lost or counted twice, and each is read as it would be
 /// by itself.

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -10,6 +9,8 @@
 #include "fuzz/FuzzInput.h"
 
 namespace {
+
+using Tolvek::Expect;
 
 const char* const kModel = "data/binaryEngPosModel";
 
@@ -25,7 +26,7 @@ Tolvek::LexEngPos& Lexer() {
                              "1.5\n0.25\n-0.5\n0.125\n2\n0.5\n-1\n";
     return lexer.Initialize(true);
   }();
-  if (!isReady) std::abort();
+  Expect(isReady);
   return lexer;
 }
 
@@ -54,9 +55,9 @@ void CheckLine(Tolvek::LexEngPos& lexer, const std::string& text, bool tokenized
   Tolvek::EngPosTagger::SplitLine(tokens, words);
   std::size_t at = 0;
   for (const std::string& word : words) {
-    if (!Take(word, tagged, at)) std::abort();
+    Expect(Take(word, tagged, at));
   }
-  if (at != tagged.size()) std::abort();
+  Expect(at == tagged.size());
 }
 
 }  // namespace

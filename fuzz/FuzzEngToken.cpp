@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -8,6 +7,8 @@
 #include "fuzz/FuzzInput.h"
 
 namespace {
+
+using Tolvek::Expect;
 
 bool Initialize(Tolvek::EngToken& tokenizer, std::string_view list) {
   Tolvek::WriteInput("data/abbtitle", reinterpret_cast<const std::uint8_t*>(list.data()),
@@ -27,9 +28,9 @@ void Check(const Tolvek::EngToken& tokenizer, const std::string& text) {
   std::string trimmed = text;
   std::string tokens = "old";
   tokenizer.TokenizeSentence(trimmed, tokens);
-  if (WithoutWhiteSpace(tokens) != WithoutWhiteSpace(text)) std::abort();
-  if (tokens.empty() != WithoutWhiteSpace(text).empty()) std::abort();
-  if (!tokens.empty() && (tokens.front() == ' ' || tokens.back() == ' ')) std::abort();
+  Expect(WithoutWhiteSpace(tokens) == WithoutWhiteSpace(text));
+  Expect(tokens.empty() == WithoutWhiteSpace(text).empty());
+  Expect(tokens.empty() || (tokens.front() != ' ' && tokens.back() != ' '));
 }
 
 }  // namespace
@@ -39,18 +40,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const std::string text(reinterpret_cast<const char*>(bytes), size);
   static const Tolvek::EngToken fixed = [] {
     Tolvek::EngToken tokenizer;
-    if (!Initialize(tokenizer, "6\n!\n(\n)\n\"\n`\n``\n2\nMr\netc\n")) std::abort();
+    Expect(Initialize(tokenizer, "6\n!\n(\n)\n\"\n`\n``\n2\nMr\netc\n"));
     return tokenizer;
   }();
   Check(fixed, text);
 
   Tolvek::EngToken read;
-  if (!Initialize(read, text)) std::abort();
+  Expect(Initialize(read, text));
   Check(read, text);
   Check(read, "``I can't'', Mr. Zo. said; 'etc.' (the dogs' U.S. end...");
 
   // A token's parts.
   const std::string token = WithoutWhiteSpace(text);
-  if (WithoutWhiteSpace(Tolvek::EngToken::TokenQuo(token)) != token) std::abort();
+  Expect(WithoutWhiteSpace(Tolvek::EngToken::TokenQuo(token)) == token);
   return 0;
 }

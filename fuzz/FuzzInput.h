@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <csetjmp>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <string>
 
@@ -16,5 +16,10 @@ std::string WriteInput(const std::string& name, const std::uint8_t* bytes, std::
 /// Runs the action. What is documented as fatal for a malformed file (a range error, an abort) ends
 /// the action and not the fuzzer. Messages are dropped.
 void Survive(const std::function<void()>& action);
+
+/// Ends the run, which is a finding, unless the condition holds.
+inline void Expect(bool isTrue) {
+  if (!isTrue) std::abort();
+}
 
 }  // namespace Tolvek

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -10,6 +9,8 @@
 #include "fuzz/FuzzInput.h"
 
 namespace {
+
+using Tolvek::Expect;
 
 /// More tags than the beam holds.
 constexpr int kTags = 34;
@@ -49,12 +50,12 @@ bool AreTagged(std::string_view text, const std::vector<std::string>& words) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string dict = Tolvek::WriteInput("dict", bytes, size);
   static const bool hasModel = WriteModel("model");
-  if (!hasModel) std::abort();
+  Expect(hasModel);
 
   const Tolvek::CharType types;
   Tolvek::PosScore scorer(&types);
   Tolvek::Survive([&] { scorer.Initialize("model", dict); });
-  if (scorer.GetPosSize() != kTags) std::abort();
+  Expect(scorer.GetPosSize() == kTags);
   Tolvek::PosTagger tagger(&scorer, 2);
   std::istringstream lines(std::string(reinterpret_cast<const char*>(bytes), size));
   for (std::string line; std::getline(lines, line);) {
@@ -66,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
       tagger.TagSentence(line, out);
       isKept = AreTagged(out, words);
     });
-    if (!isKept) std::abort();
+    Expect(isKept);
   }
   return 0;
 }

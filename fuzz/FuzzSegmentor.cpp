@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
@@ -9,6 +8,8 @@
 #include "fuzz/FuzzInput.h"
 
 namespace {
+
+using Tolvek::Expect;
 
 /// A facade over tiny models, enough for every rule of the lattice.
 Tolvek::LexSegPos& Lexer() {
@@ -40,7 +41,7 @@ Tolvek::LexSegPos& Lexer() {
                                             "2 0 1\n1 3\n3\n0.5\n-0.25\n1.5\n";
     return lexer.Initialize(false);
   }();
-  if (!isReady) std::abort();
+  Expect(isReady);
   return lexer;
 }
 
@@ -67,6 +68,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   }
   EraseBlanks(kept);
   EraseBlanks(words);
-  if (kept != words) std::abort();
+  Expect(kept == words);
   return 0;
 }

@@ -13,6 +13,7 @@
 
 namespace {
 
+using Tolvek::Expect;
 using Tolvek::LexEngPos;
 using Tolvek::LexSegPos;
 
@@ -41,7 +42,7 @@ struct Shipped {
                           posScore.Initialize(at("binaryPosModel"), at("Dict")) &&
                           tokenizer.Load(at("abbtitle")) &&
                           engPosScore.Initialize(at("binaryEngPosModel"), at("EngDict"));
-    if (!isLoaded) std::abort();
+    Expect(isLoaded);
     segmentor.Initialize();
     engPosTagger.Initialize(&tokenizer, &engPosScore);
     std::cerr.setstate(std::ios::failbit);
@@ -113,6 +114,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   std::ifstream file("out", std::ios::binary);
   const std::string result((std::istreambuf_iterator<char>(file)),
                            std::istreambuf_iterator<char>());
-  if (result != expected) std::abort();
+  Expect(result == expected);
   return 0;
 }

@@ -462,12 +462,6 @@ class Analyze : public Workplace {
   static std::size_t CountLines(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
   }
-  static std::vector<std::string> Names() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(".")) names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
 
   std::string _out;
   std::string _err;
@@ -861,7 +855,7 @@ TEST_F(Analyze, OutputFileAppearsWholeOrNotAtAll) {
   EXPECT_EQ(Run("seg bad --on-bad-bytes fail -o result"), 1);
   EXPECT_EQ(Run("seg a none -o result"), 1);
   EXPECT_EQ(Run("seg a --data none -o result"), 1);
-  EXPECT_EQ(Names(), (std::vector<std::string>{"a", "bad", "err.txt", "in.txt", "out.txt"}));
+  EXPECT_EQ(NamesIn("."), (std::vector<std::string>{"a", "bad", "err.txt", "in.txt", "out.txt"}));
   Put("result", "before");
   EXPECT_EQ(Run("seg bad --on-bad-bytes fail -o result"), 1);
   EXPECT_EQ(Get("result"), "before");
@@ -1153,7 +1147,7 @@ TEST_F(Analyze, BrokenModelIsAFailureAndLeavesNothing) {
   // A feature of 0x404 bytes: one that ends the core's loader.
   Put("models/binarySegModel",
       "#bin,model\1" + std::string("\0\0\0\4\4\0\0", 7) + std::string(3000, 'a'));
-  const std::vector<std::string> before = Names();
+  const std::vector<std::string> before = NamesIn(".");
   EXPECT_EQ(Run("seg --data models -o result", kSentence), 1);
   EXPECT_TRUE(
       _err.ends_with(" in the Model File: models/binarySegModel\n"
@@ -1164,7 +1158,7 @@ TEST_F(Analyze, BrokenModelIsAFailureAndLeavesNothing) {
   fs::remove("in.txt");
   fs::remove("out.txt");
   fs::remove("err.txt");
-  EXPECT_EQ(Names(), before);
+  EXPECT_EQ(NamesIn("."), before);
 }
 
 TEST_F(Analyze, MalformedModelThatLoadsIsTold) {

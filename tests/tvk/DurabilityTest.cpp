@@ -141,23 +141,10 @@ class Making : public Workplace, public ::testing::WithParamInterface<Maker> {
   /// The bytes of a result, a file or a folder; a missing folder is one, too.
   static std::string Bytes(const std::string& path) {
     if (!GetParam().isFolder) return Get(path);
-    Names files;
-    std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator(path, ignored)) files.push_back(entry.path());
-    std::sort(files.begin(), files.end());
-    std::string bytes = fs::exists(path) ? "folder\n" : "";
-    for (const std::string& file : files) {
-      bytes += fs::path(file).filename().string() + "\n" + Get(file);
-    }
+    if (!fs::exists(path)) return "";
+    std::string bytes = "folder\n";
+    for (const std::string& name : NamesIn(path)) bytes += name + "\n" + Get(path + "/" + name);
     return bytes;
-  }
-  static Names NamesIn(const std::string& folder) {
-    Names names;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
   }
   static Names Sorted(Names names) {
     std::sort(names.begin(), names.end());

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "Child.h"
@@ -81,14 +82,10 @@ class Faults : public Workplace {
   }
   /// The files of the working folder but for those that the test itself makes.
   static std::vector<std::string> Results() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(".")) {
-      const std::string name = entry.path().filename();
-      static const std::vector<std::string> own{"data",      "chinese.gbk", "english.txt",
-                                                "words.gbk", "out.txt",     "err.txt"};
-      if (std::find(own.begin(), own.end(), name) == own.end()) names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
+    static const std::set<std::string> own{"data",      "chinese.gbk", "english.txt",
+                                           "words.gbk", "out.txt",     "err.txt"};
+    std::vector<std::string> names = NamesIn(".");
+    std::erase_if(names, [](const std::string& name) { return own.contains(name); });
     return names;
   }
   /// A text with so much output that no pipe holds it.

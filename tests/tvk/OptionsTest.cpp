@@ -47,12 +47,10 @@ class Options : public Program {
   std::string Train(const std::string& arguments) {
     fs::remove_all("out");
     EXPECT_EQ(Run(arguments + " --quiet --out out"), 0) << arguments << '\n' << _err;
-    std::set<fs::path> files;
-    for (const auto& file : fs::directory_iterator("out")) files.insert(file.path());
     Fingerprint all;
-    for (const fs::path& file : files) {
-      all.Add(file.string());
-      all.Add(Get(file));
+    for (const std::string& name : NamesIn("out")) {
+      all.Add(name);
+      all.Add(Get("out/" + name));
     }
     return all.Text();
   }

@@ -68,15 +68,6 @@ class Resume : public Program {
 
   using Names = std::vector<std::string>;
 
-  static Names FilesOf(const std::string& folder) {
-    Names names;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
   /// Continues a copy of the interrupted run in `from`; what it logged. Its models must be those
   /// of `expected`.
   std::string Continue(const std::string& from, const std::string& arguments,
@@ -84,8 +75,8 @@ class Resume : public Program {
     fs::remove_all("copy");
     fs::copy(from, "copy", fs::copy_options::recursive);
     EXPECT_EQ(Run(arguments + " --out copy"), 0) << _err;
-    EXPECT_EQ(FilesOf("copy"), FilesOf(expected)) << "nothing but the models is left";
-    for (const std::string& name : FilesOf(expected)) {
+    EXPECT_EQ(NamesIn("copy"), NamesIn(expected)) << "nothing but the models is left";
+    for (const std::string& name : NamesIn(expected)) {
       EXPECT_TRUE(Get("copy/" + name) == Get(expected + "/" + name)) << arguments << ": " << name;
     }
     return _err;
@@ -102,7 +93,7 @@ class Resume : public Program {
 
 TEST_F(Resume, AnInterruptedRunGivesTheModelsOfAnUndisturbedOne) {
   ASSERT_EQ(Run(kSeg + " --out whole"), 0) << _err;
-  EXPECT_EQ(FilesOf("whole"), (Names{"binarySegLM", "binarySegModel"}));
+  EXPECT_EQ(NamesIn("whole"), (Names{"binarySegLM", "binarySegModel"}));
   EXPECT_FALSE(Has(_err, "taken over")) << _err;
   RunUntilAStepIsKept(kSeg, "out");
   EXPECT_FALSE(fs::exists("out/binarySegModel"));
@@ -160,9 +151,9 @@ TEST_F(Resume, WordClustersAndFitsOfTaggersAreTakenOver) {
     fs::remove_all("whole");
     fs::remove_all("out");
     ASSERT_EQ(Run(command + " --out whole"), 0) << _err;
-    EXPECT_EQ(FilesOf("whole").size(), 2U);
+    EXPECT_EQ(NamesIn("whole").size(), 2U);
     RunUntilAStepIsKept(command, "out");
-    EXPECT_EQ(FilesOf("out").size(), 1U) << "no model yet";
+    EXPECT_EQ(NamesIn("out").size(), 1U) << "no model yet";
     const std::string log = Continue("out", command, "whole");
     EXPECT_TRUE(Has(log, "2 word clusters: taken over")) << log;
     EXPECT_TRUE(Has(log, "model: log-likelihood")) << log;
