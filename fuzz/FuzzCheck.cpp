@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 #include "tvk/convert/TextForms.h"
 #include "tvk/text/Failure.h"
 #include "tvk/text/Files.h"
+#include "tvk/train/CharacterLists.h"
 
 namespace {
 
@@ -46,7 +48,14 @@ void Load(ResourceKind kind, const std::string& path) {
 /// together.
 void Convert(ResourceKind kind, const std::string& path) {
   try {
-    if (kind == ResourceKind::kMaxEntModel) {
+    if (kind == ResourceKind::kCharacters) {
+      std::filesystem::remove_all("lists");
+      Tolvek::WriteCharacterLists(path, "lists");
+      std::string warnings;
+      Expect(Tolvek::BuildCharacterResource("lists", warnings) == ReadWholeFile(path));
+    } else if (!Tolvek::IsBinaryModel(path)) {
+      return;
+    } else if (kind == ResourceKind::kMaxEntModel) {
       Tolvek::WriteResource("text", Tolvek::MaxEntText(path));
       Tolvek::MeModel().ConvertToBinaryModel("text", "again");
       Expect(ReadWholeFile("again") == ReadWholeFile(path));
@@ -77,6 +86,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Tolvek::Findings& findings = report.findings;
   Expect(findings.Problems().size() == std::min<std::size_t>(findings.ProblemCount(), 3));
   if (findings.ProblemCount() == 0) Load(kind, "file");
-  if (Tolvek::IsBinaryModel("file")) Convert(kind, "file");
+  Convert(kind, "file");
   return 0;
 }

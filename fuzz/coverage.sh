@@ -14,18 +14,19 @@ cmake --preset coverage >/dev/null
 cmake --build $build -j "$(nproc)" --target "${targets[@]}" >/dev/null
 
 rm -f $build/*.profraw
-programs=()
+objects=()
 for target in "${targets[@]}"; do
   inputs=(fuzz/*/"${target#fuzz_}")
   [ ! -d "$found/corpus/${target#fuzz_}" ] || inputs+=("$found/corpus/${target#fuzz_}")
   LLVM_PROFILE_FILE=$PWD/$build/$target.profraw \
     $build/fuzz/"$target" "${inputs[@]/#fuzz/$PWD/fuzz}" >/dev/null 2>&1
-  programs+=(-object "$build/fuzz/$target")
+  objects+=(-object "$build/fuzz/$target")
 done
 llvm-profdata merge -o $build/profile $build/*.profraw
 
-# Lines and missed lines are the eighth and ninth column of the report.
-llvm-cov report -instr-profile=$build/profile "${programs[@]}" src tvk/analyze tvk/check tvk/convert \
+# Lines and missed lines are the eighth and ninth column of the report. The first program is named
+# without an option.
+llvm-cov report -instr-profile=$build/profile "${objects[@]:1}" src tvk/analyze tvk/check tvk/convert \
   tvk/text | awk '
   $1 ~ /\.(h|cpp)$/ {
     folder = $1; sub("/[^/]*$", "", folder)
