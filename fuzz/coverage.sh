@@ -25,7 +25,7 @@ done
 llvm-profdata merge -o $build/profile $build/*.profraw
 
 # Lines and missed lines are the eighth and ninth column of the report. The first program is named
-# without an option. A function that its file does not use has no hash: "mismatched data".
+# without an option. A function that some of the programs do not use is "mismatched data" for them.
 llvm-cov report -instr-profile=$build/profile "${objects[@]:1}" src tvk/analyze tvk/check tvk/convert \
   tvk/text 2> >(grep -v 'mismatched data' >&2) | awk '
   $1 ~ /\.(h|cpp)$/ {
